@@ -1,0 +1,3 @@
+#include "api/LogMessageVisa.h"
+
+void LogMessageVisa(std::string, std::string) {}

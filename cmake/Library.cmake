@@ -1,0 +1,55 @@
+# The library itself. The objects are built once: the shared library is what users load, the static
+# one serves the unit tests, which reach helpers that the shared library does not export.
+check_cxx_compiler_flag(-fno-gnu-unique UXVISA_HAS_NO_GNU_UNIQUE)
+
+function(uxvisa_object_library name)
+  add_library(${name} OBJECT ${ARGN})
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_link_libraries(${name} PRIVATE uxvisa_options)
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  if(UXVISA_HAS_NO_GNU_UNIQUE)
+    # A unique symbol would pin the library in memory and make dlclose a no-op.
+    target_compile_options(${name} PRIVATE -fno-gnu-unique)
+  endif()
+endfunction()
+
+# Apart, so that tests of transports can put injected faults in its place.
+uxvisa_object_library(uxvisa_system_calls transports/SystemCalls.cpp)
+
+uxvisa_object_library(uxvisa_objects
+  api/LogMessageVisa.cpp
+  api/StatusTexts.cpp
+  api/UxVISA.cpp
+  api/main.cpp
+  core/BaseSession.cpp
+  core/CommonLib.cpp
+  core/FormatPieces.cpp
+  core/FormattedInput.cpp
+  core/FormattedOutput.cpp
+  core/resourcemanager.cpp
+  transports/BcastUDP.cpp
+  transports/LogMessage.cpp
+  transports/SessionClasses.cpp
+  transports/SessionTCPIP.cpp
+  transports/StreamSocket.cpp)
+
+add_library(UxVisa SHARED
+  $<TARGET_OBJECTS:uxvisa_objects> $<TARGET_OBJECTS:uxvisa_system_calls>)
+add_library(UxVisa::UxVisa ALIAS UxVisa)
+set_target_properties(UxVisa PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 2
+  LINKER_LANGUAGE CXX LINK_DEPENDS ${PROJECT_SOURCE_DIR}/api/exports.map)
+target_link_libraries(UxVisa PRIVATE uxvisa_options)
+target_link_options(UxVisa PRIVATE
+  LINKER:--version-script=${PROJECT_SOURCE_DIR}/api/exports.map
+  LINKER:-z,relro LINKER:-z,now)
+target_include_directories(UxVisa INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include/uxvisa>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/uxvisa>)
+
+# For unit tests only, never installed.
+add_library(uxvisa_static STATIC EXCLUDE_FROM_ALL
+  $<TARGET_OBJECTS:uxvisa_objects> $<TARGET_OBJECTS:uxvisa_system_calls>)
+target_include_directories(uxvisa_static INTERFACE
+  ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)

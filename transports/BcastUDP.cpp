@@ -1,0 +1,5 @@
+#include "transports/BcastUDP.h"
+
+CBcastUDP::CBcastUDP() = default;
+
+CBcastUDP::~CBcastUDP() = default;

@@ -1,0 +1,3 @@
+#include "transports/LogMessage.h"
+
+void LogMessage(std::string, std::string) {}
