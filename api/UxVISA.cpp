@@ -234,7 +234,10 @@ ViStatus viScanf(ViSession vi, ViConstString readFmt, ...) {
 ViStatus viQueryf(ViSession vi, ViConstString writeFmt, ViConstString readFmt, ...) {
     va_list arguments;
     va_start(arguments, readFmt);
-    const ViStatus status = Forward(vi, [&](ISession& session) {
+    const ViStatus status = Forward(vi, [&](ISession& session) -> ViStatus {
+        if (writeFmt == nullptr || readFmt == nullptr) {
+            return VI_ERROR_INV_FMT;
+        }
         const ViStatus written = session.Printf(Mutable(writeFmt), arguments);
         return written != VI_SUCCESS ? written : session.Scanf(Mutable(readFmt), arguments);
     });

@@ -1,0 +1,232 @@
+// A program that declares the classes itself, as existing programs do, and links to the library.
+// None of the library's headers is included.
+#include <gtest/gtest.h>
+
+#include <netinet/in.h>
+
+#include <cstdarg>
+#include <cstring>
+#include <queue>
+#include <string>
+#include <vector>
+
+class ISession {
+public:
+    virtual long FindRsrc(char*, ISession**, unsigned long*, char*) = 0;
+    virtual long FindNext(char*) = 0;
+    virtual ~ISession() {}
+    virtual unsigned long GetID() = 0;
+    virtual void SetID(unsigned long) = 0;
+    virtual long ParseRsrcEx(char*, unsigned short*, unsigned short*, char*, char*, char*) = 0;
+    virtual long Open(char*, unsigned long, unsigned long, ISession**) = 0;
+    virtual long OpenConnection(char*, unsigned long, unsigned long) = 0;
+    virtual long CloseConnection() = 0;
+    virtual long FindResources(char*, long (*)(ISession*, char const*, void*), void*) = 0;
+    virtual long EnableEvent(unsigned long, unsigned short, unsigned long) = 0;
+    virtual long DisableEvent(unsigned long, unsigned short) = 0;
+    virtual long DiscardEvents(unsigned long, unsigned short) = 0;
+    virtual long SetAttribute(unsigned long, unsigned long) = 0;
+    virtual long GetAttribute(unsigned long, void*) = 0;
+    virtual long Read(unsigned char*, unsigned long, unsigned long*) = 0;
+    virtual long Write(unsigned char*, unsigned long, unsigned long*) = 0;
+    virtual long Clear() = 0;
+    virtual long Close(unsigned long) = 0;
+    virtual long Flush(unsigned short) = 0;
+    virtual long Printf(char*, va_list&) = 0;
+    virtual long Scanf(char*, va_list&) = 0;
+    virtual long SetBuf(unsigned short, unsigned long) = 0;
+};
+
+class CBaseSession : public ISession {
+public:
+    CBaseSession();
+    long FindRsrc(char*, ISession**, unsigned long*, char*) override;
+    long FindNext(char*) override;
+    ~CBaseSession() override;
+    unsigned long GetID() override;
+    void SetID(unsigned long) override;
+    long ParseRsrcEx(char*, unsigned short*, unsigned short*, char*, char*, char*) override;
+    long Open(char*, unsigned long, unsigned long, ISession**) override;
+    long OpenConnection(char*, unsigned long, unsigned long) override;
+    long CloseConnection() override;
+    long FindResources(char*, long (*)(ISession*, char const*, void*), void*) override;
+    long EnableEvent(unsigned long, unsigned short, unsigned long) override;
+    long DisableEvent(unsigned long, unsigned short) override;
+    long DiscardEvents(unsigned long, unsigned short) override;
+    long SetAttribute(unsigned long, unsigned long) override;
+    long GetAttribute(unsigned long, void*) override;
+    long Read(unsigned char*, unsigned long, unsigned long*) override;
+    long Write(unsigned char*, unsigned long, unsigned long*) override;
+    long Clear() override;
+    long Close(unsigned long) override;
+    long Flush(unsigned short) override;
+    long Printf(char*, va_list&) override;
+    long Scanf(char*, va_list&) override;
+    long SetBuf(unsigned short, unsigned long) override;
+    long ReadToBuff();
+    void TrimBuff(unsigned int);
+
+    std::string m_read_buf;
+    unsigned char m_skip_until;
+    unsigned char m_line_done;
+    unsigned long m_id;
+};
+
+class CResourceManager : public CBaseSession {
+public:
+    explicit CResourceManager(void*);
+    ~CResourceManager() override;
+    long FindRsrc(char*, ISession**, unsigned long*, char*) override;
+    long ParseRsrcEx(char*, unsigned short*, unsigned short*, char*, char*, char*) override;
+    long Open(char*, unsigned long, unsigned long, ISession**) override;
+    long Close(unsigned long) override;
+    ISession* FindSession(unsigned long);
+
+    std::vector<ISession*> m_sessions;
+    void* m_context;
+};
+
+class CGetHostByAddrThread;
+
+class CBcastUDP {
+public:
+    CBcastUDP();
+    virtual std::string ParseResponse(const char*, int, int, const char*) = 0;
+    virtual int FillRequest(char*, int) = 0;
+
+protected:
+    ~CBcastUDP();
+    std::queue<CGetHostByAddrThread*> m_lookups;
+};
+
+class CSessionTCPIP : public CBaseSession, private CBcastUDP {
+public:
+    CSessionTCPIP();
+    ~CSessionTCPIP() override;
+    long OpenConnection(char*, unsigned long, unsigned long) override;
+    long CloseConnection() override;
+    long SetAttribute(unsigned long, unsigned long) override;
+    long GetAttribute(unsigned long, void*) override;
+    long Read(unsigned char*, unsigned long, unsigned long*) override;
+    long Write(unsigned char*, unsigned long, unsigned long*) override;
+    long Clear() override;
+    std::string ParseResponse(const char*, int, int, const char*) override;
+    int FillRequest(char*, int) override;
+    bool GetConnected();
+    long Reconnect();
+
+    bool m_termchar_enabled;
+    int m_socket;
+    sockaddr_in m_remote;
+    std::string m_host;
+    int m_port;
+    int m_last_error;
+    int m_first;
+    int m_second;
+    unsigned int m_read_timeout;
+    unsigned int m_write_timeout;
+    unsigned int m_connect_timeout;
+    bool m_flag;
+};
+
+extern CResourceManager* ResManager;
+extern const int OPT_RCVBUF;
+int CreateSocket();
+bool IsConnected(int);
+int geterror(int);
+void LogMessage(std::string, std::string);
+void LogMessageVisa(std::string, std::string);
+bool isHislipSession(std::vector<std::string>&);
+std::vector<std::string> ParseAddress(std::string, std::vector<std::string>*);
+std::string get_parameter(const char*, int, char);
+int get_parameter_count(const char*, char);
+unsigned long GetTickCount();
+unsigned int random_uint32(unsigned int);
+std::string ws2s(const std::wstring&);
+namespace stdex {
+std::vector<std::string> split(const char*, const char*);
+std::string trim(const char*);
+std::string toupper(const char*);
+std::string itos(int, int);
+std::string format(const char*, const char*, const char*, const char*, const char*);
+std::string format(const char*, double, double, double, double);
+} // namespace stdex
+
+namespace {
+
+class Counting : public CBaseSession {
+public:
+    long Write(unsigned char* buffer, unsigned long count, unsigned long* written) override {
+        sent.append(reinterpret_cast<char*>(buffer), count);
+        *written = count;
+        return 0;
+    }
+    long PrintfWith(const char* format, ...) {
+        va_list arguments;
+        va_start(arguments, format);
+        const long status = Printf(const_cast<char*>(format), arguments);
+        va_end(arguments);
+        return status;
+    }
+    std::string sent;
+};
+
+} // namespace
+
+TEST(OwnDeclarations, DerivedSessionsWork) {
+    Counting session;
+    EXPECT_EQ(session.PrintfWith("%d,%s", 5, "x"), 0);
+    EXPECT_EQ(session.sent, "5,x");
+    session.m_read_buf = "abc";
+    session.TrimBuff(2);
+    EXPECT_EQ(session.m_read_buf, "c");
+    session.SetID(7);
+    EXPECT_EQ(session.m_id, 7UL);
+}
+
+TEST(OwnDeclarations, FieldsLieWhereTheyAreDeclared) {
+    CSessionTCPIP session;
+    EXPECT_EQ(session.m_socket, -1);
+    EXPECT_EQ(session.m_second, 30);
+    EXPECT_EQ(session.m_read_timeout, 100000U);
+    EXPECT_EQ(session.m_write_timeout, 100000U);
+    EXPECT_EQ(session.m_connect_timeout, 5000U);
+    char resource[] = "TCPIP::name::50x::OTHER";
+    EXPECT_LT(session.OpenConnection(resource, 0, 0), 0);
+    EXPECT_EQ(session.m_host, resource);
+    EXPECT_EQ(session.SetAttribute(0x3FFF001AUL, 123), 0);
+    EXPECT_EQ(session.m_read_timeout, 123U);
+    EXPECT_EQ(session.SetAttribute(0x3FFF0038UL, 1), 0);
+    EXPECT_TRUE(session.m_termchar_enabled);
+    char request[32] = {};
+    EXPECT_EQ(session.FillRequest(request, sizeof request), 16);
+    EXPECT_STREQ(request, "UxVISA Discovery");
+    EXPECT_EQ(OPT_RCVBUF, 65535);
+}
+
+TEST(OwnDeclarations, TheGlobalManagerIsReached) {
+    ASSERT_NE(ResManager, nullptr);
+    EXPECT_EQ(ResManager->FindSession(ResManager->GetID()), nullptr);
+    EXPECT_EQ(ResManager->m_context, nullptr);
+}
+
+TEST(OwnDeclarations, HelpersAreExportedWithTheirParameterTypes) {
+    EXPECT_EQ(ParseAddress("a::b", nullptr).size(), 2U);
+    EXPECT_EQ(get_parameter("a,b", 1, ','), "b");
+    EXPECT_EQ(get_parameter_count("a,b", ','), 2);
+    EXPECT_GT(GetTickCount(), 0UL);
+    EXPECT_EQ(random_uint32(1), 1U);
+    EXPECT_EQ(ws2s(L"x"), "");
+    EXPECT_EQ(stdex::split("a,b", ",").size(), 2U);
+    EXPECT_EQ(stdex::trim(" a "), "a");
+    EXPECT_EQ(stdex::toupper("a"), "A");
+    EXPECT_EQ(stdex::itos(5, 16), "05");
+    EXPECT_EQ(stdex::format("%s%s%s%s", "a", "b", "c", "d"), "abcd");
+    EXPECT_EQ(stdex::format("%g%g%g%g", 1.0, 2.0, 3.0, 4.0), "1234");
+    std::vector<std::string> fields{"hislip0"};
+    EXPECT_TRUE(isHislipSession(fields));
+    LogMessage("a", "b");
+    LogMessageVisa("a", "b");
+    EXPECT_TRUE(IsConnected(1000));
+    EXPECT_EQ(geterror(-1), 0);
+}
