@@ -60,10 +60,10 @@ private:
     std::string m_host;
     int m_port;
     int m_last_error;
-    int m_reserved_first;
-    int m_reserved_second;
+    [[maybe_unused]] int m_reserved_first;
+    [[maybe_unused]] int m_reserved_second;
     std::uint32_t m_read_timeout;
     std::uint32_t m_write_timeout;
     std::uint32_t m_connect_timeout;
-    bool m_reserved_flag;
+    [[maybe_unused]] bool m_reserved_flag;
 };

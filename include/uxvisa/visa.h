@@ -9,8 +9,8 @@
  * What works today
  * ----------------
  *   - viOpen() opens TCP socket resources, "TCPIP::host::port::SOCKET". Other interfaces (GPIB,
- *     USB, serial, local sockets) and the class word INSTR answer VI_ERROR_RSRC_NFOUND; a TCPIP
- *     resource with any other class word answers VI_ERROR_INV_RSRC_NAME.
+ *     USB, serial, local sockets), the class word INSTR and the words of driver libraries answer
+ *     VI_ERROR_RSRC_NFOUND; a TCPIP resource with any other word answers VI_ERROR_INV_RSRC_NAME.
  *   - viFindRsrc() finds nothing: every search answers VI_ERROR_RSRC_NFOUND with a count of 0, so
  *     there are no search lists for viFindNext() either.
  *

@@ -1,0 +1,35 @@
+// The far end of the measured connections: a process of its own that answers each request line.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace uxvisa::bench {
+
+// Serves every connection with a child process. A request line of 'Q' is answered with a line of 64
+// bytes, "B<n>" with n bytes of block data, "L<n>" with a line of n bytes, "S" with nothing.
+class Peer {
+public:
+    Peer();
+    ~Peer();
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    std::string Resource() const;
+    // A blocking socket connected to the peer, without Nagle's delay.
+    int Connect() const;
+
+private:
+    pid_t m_child;
+    unsigned short m_port;
+};
+
+// Keeps this process, and what it forks from now on, on one processor; or lets it go again.
+void PinToOneProcessor(bool pinned);
+
+void SendAll(int fd, const std::string& bytes);
+// Exactly `size` bytes by plain receives.
+void ReceiveAll(int fd, char* buffer, std::size_t size);
+
+} // namespace uxvisa::bench
