@@ -1,0 +1,138 @@
+#pragma once
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+// A client with blocking calls over any stream descriptor, which it owns. A peer that keeps it
+// waiting for kPatience makes the call throw, so that a hang fails its test.
+class StreamClient {
+public:
+    static constexpr std::chrono::milliseconds kPatience{30000};
+
+    explicit StreamClient(int descriptor) : descriptor_(descriptor) {}
+    StreamClient(StreamClient&& other) noexcept
+        : descriptor_(std::exchange(other.descriptor_, -1)), received_(std::move(other.received_)) {
+    }
+    StreamClient(const StreamClient&) = delete;
+    StreamClient& operator=(const StreamClient&) = delete;
+    StreamClient& operator=(StreamClient&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        received_.swap(other.received_);
+        return *this;
+    }
+    ~StreamClient() { Close(); }
+
+    static StreamClient Connect(std::uint16_t port) {
+        StreamClient client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(client.descriptor_, reinterpret_cast<const sockaddr*>(&address),
+                      sizeof address) != 0) {
+            throw std::system_error(errno, std::generic_category(), "connect");
+        }
+        return client;
+    }
+
+    void Send(std::string_view bytes) {
+        while (!bytes.empty()) {
+            Await(POLLOUT);
+            const ssize_t count =
+                ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            if (count < 0) {
+                throw std::system_error(errno, std::generic_category(), "send");
+            }
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+    }
+
+    // Without the line feed.
+    std::string ReadLine() {
+        std::size_t end = 0;
+        while ((end = received_.find('\n')) == std::string::npos) {
+            if (ReceiveSome() == 0) {
+                throw std::runtime_error("end of stream instead of a line");
+            }
+        }
+        std::string line = received_.substr(0, end);
+        received_.erase(0, end + 1);
+        return line;
+    }
+
+    std::string Query(std::string_view message) {
+        // In one packet: the line feed would wait for the acknowledgement of the text.
+        Send(std::string(message) + "\n");
+        return ReadLine();
+    }
+
+    std::string ReadExactly(std::size_t count) {
+        while (received_.size() < count) {
+            if (ReceiveSome() == 0) {
+                throw std::runtime_error("end of stream instead of bytes");
+            }
+        }
+        std::string bytes = received_.substr(0, count);
+        received_.erase(0, count);
+        return bytes;
+    }
+
+    std::string ReadToEnd() {
+        while (ReceiveSome() != 0) {
+        }
+        return std::exchange(received_, {});
+    }
+
+    // What one receive call gives; zero at the end of the stream.
+    std::size_t ReceiveSome() {
+        std::array<char, 65536> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init)
+        Await(POLLIN);
+        const ssize_t count = ::read(descriptor_, bytes.data(), bytes.size());
+        if (count < 0) {
+            throw std::system_error(errno, std::generic_category(), "read");
+        }
+        received_.append(bytes.data(), static_cast<std::size_t>(count));
+        return static_cast<std::size_t>(count);
+    }
+
+    bool HasInputWithin(std::chrono::milliseconds time) {
+        return !received_.empty() || Poll(POLLIN, time);
+    }
+
+    void FinishSending() { ::shutdown(descriptor_, SHUT_WR); }
+
+    void Close() {
+        if (descriptor_ >= 0) {
+            ::close(std::exchange(descriptor_, -1));
+        }
+    }
+
+private:
+    bool Poll(short events, std::chrono::milliseconds time) {
+        pollfd entry{descriptor_, events, 0};
+        return ::poll(&entry, 1, static_cast<int>(time.count())) == 1;
+    }
+
+    void Await(short events) {
+        if (!Poll(events, kPatience)) {
+            throw std::runtime_error("the peer keeps silent");
+        }
+    }
+
+    int descriptor_;
+    std::string received_;
+};

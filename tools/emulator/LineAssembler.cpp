@@ -1,0 +1,58 @@
+#include "tools/emulator/LineAssembler.h"
+
+namespace emulator {
+
+LineAssembler::Outcome LineAssembler::Take(std::string_view& input, std::string_view& line) {
+    if (partial_is_delivered_) {
+        partial_.clear();
+        partial_is_delivered_ = false;
+    }
+    while (!input.empty()) {
+        const std::size_t end = input.find('\n');
+        const std::string_view part = input.substr(0, end);
+        input.remove_prefix(end == std::string_view::npos ? input.size() : end + 1);
+        if (end == std::string_view::npos) {
+            return skipping_ ? Outcome::NeedMore : KeepPartialLine(part);
+        }
+        if (!skipping_) {
+            return FinishLine(part, line);
+        }
+        skipping_ = false;
+    }
+    return Outcome::NeedMore;
+}
+
+LineAssembler::Outcome LineAssembler::KeepPartialLine(std::string_view part) {
+    if (part.size() <= max_length_ + 1) {
+        partial_.append(part);
+    }
+    if (part.size() > max_length_ + 1 || TooLong(partial_)) {
+        partial_.clear();
+        skipping_ = true;
+        return Outcome::Overrun;
+    }
+    return Outcome::NeedMore;
+}
+
+LineAssembler::Outcome LineAssembler::FinishLine(std::string_view part, std::string_view& line) {
+    line = part;
+    if (!partial_.empty()) {
+        partial_.append(part);
+        partial_is_delivered_ = true;
+        line = partial_;
+    }
+    if (TooLong(line)) {
+        return Outcome::Overrun;
+    }
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    return Outcome::Line;
+}
+
+// One more byte is allowed for a carriage return, which does not count when a line feed follows.
+bool LineAssembler::TooLong(std::string_view line) const {
+    return line.size() > max_length_ + (line.ends_with('\r') ? 1 : 0);
+}
+
+} // namespace emulator

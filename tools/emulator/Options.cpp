@@ -1,0 +1,81 @@
+#include "tools/emulator/Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <string>
+
+namespace emulator {
+
+namespace {
+
+constexpr int kUsageError = 2;
+
+void AddMilliseconds(CLI::App& app, const std::string& name, std::chrono::milliseconds& target,
+                     const std::string& description) {
+    constexpr int kLongest = 24 * 60 * 60 * 1000;
+    const auto assign = [&target](int count) { target = std::chrono::milliseconds(count); };
+    app.add_option_function<int>(name, assign, description)
+        ->check(CLI::Range(0, kLongest))
+        ->type_name("MS");
+}
+
+void AddNumber(CLI::App& app, const std::string& name, std::size_t& target, std::size_t least,
+               std::size_t most, const std::string& description) {
+    app.add_option(name, target, description)
+        ->check(CLI::Range(least, most))
+        ->type_name("N")
+        ->capture_default_str();
+}
+
+// A check of its own because a range up to the largest value would let -1 wrap around into it.
+std::string RefuseNegative(const std::string& text) {
+    return text.starts_with('-') ? "must not be negative" : std::string();
+}
+
+void AddOptions(CLI::App& app, Options& options) {
+    app.set_version_flag("--version", "uxvisa-emulator " UXVISA_VERSION);
+    app.add_option("--port", options.port, "TCP port to listen on; 0 takes a free one")
+        ->type_name("N")
+        ->capture_default_str();
+    app.add_option("--bind", options.bind, "Address to listen on")
+        ->type_name("ADDR")
+        ->capture_default_str();
+    AddMilliseconds(app, "--delay", options.pacing.delay, "Wait so long before each response");
+    AddMilliseconds(app, "--idle-drop", options.pacing.idle_drop,
+                    "Close a connection that was silent for so long");
+    app.add_option("--chunk", options.pacing.chunk, "Write responses in pieces of so many bytes")
+        ->check(CLI::Range(std::size_t{0}, InstrumentSettings::kMaxCurveLength))
+        ->type_name("BYTES");
+    AddMilliseconds(app, "--chunk-interval", options.pacing.chunk_interval,
+                    "Wait so long between two pieces (10 unless given)");
+    app.add_option("--seed", options.instrument.seed, "Seed of the readings")
+        ->check(RefuseNegative)
+        ->type_name("N")
+        ->capture_default_str();
+    AddNumber(app, "--curve-length", options.instrument.curve_length, 0,
+              InstrumentSettings::kMaxCurveLength, "Bytes of a curve");
+    AddNumber(app, "--trace-points", options.instrument.trace_points, 1,
+              InstrumentSettings::kMaxTracePoints, "Values of a trace");
+    app.add_flag("--quiet", options.quiet, "Do not print the address");
+}
+
+} // namespace
+
+std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit_code) {
+    Options options;
+    CLI::App app("An instrument on TCP that answers SCPI commands", "uxvisa-emulator");
+    AddOptions(app, options);
+    try {
+        app.parse(argc, argv);
+        return options;
+    } catch (const CLI::Success& request) {
+        exit_code = app.exit(request, std::cout, std::cerr);
+    } catch (const CLI::ParseError& error) {
+        std::cerr << "uxvisa-emulator: " << error.what() << '\n';
+        exit_code = kUsageError;
+    }
+    return std::nullopt;
+}
+
+} // namespace emulator

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace emulator {
+
+// The answer to one query. Large answers are made piece by piece while they are moved out.
+class Reply {
+public:
+    Reply() = default; // a command that answers nothing
+
+    static Reply Text(std::string text);
+    static Reply Block(std::size_t length);
+    static Reply Trace(std::size_t points, std::uint64_t seed);
+
+    // True when nothing is left to move.
+    bool Empty() const { return text_at_ == text_.size() && next_ == end_; }
+
+    // Appends at most limit bytes to out; fewer only when the answer ends.
+    void MoveTo(std::string& out, std::size_t limit);
+
+private:
+    enum class Body { None, Block, Trace };
+
+    void MoveText(std::string& out, std::size_t limit);
+    void MoveBlock(std::string& out, std::size_t limit);
+    void MakeTraceText();
+
+    std::string text_;
+    std::size_t text_at_ = 0;
+    Body body_ = Body::None;
+    std::size_t next_ = 0;
+    std::size_t end_ = 0;
+    std::uint64_t seed_ = 0;
+};
+
+} // namespace emulator

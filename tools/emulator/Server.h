@@ -1,0 +1,38 @@
+#pragma once
+
+#include "tools/emulator/Instrument.h"
+#include "tools/emulator/Options.h"
+
+#include <asio.hpp>
+
+#include <system_error>
+
+namespace emulator {
+
+// Serves one instrument to every client of one listening socket, of any stream protocol. Runs on
+// the thread that runs the context; the instrument must outlive the context.
+class Server {
+public:
+    using Protocol = asio::generic::stream_protocol;
+
+    Server(asio::io_context& context, Instrument& instrument, const Pacing& pacing);
+
+    // Throws std::system_error.
+    void Listen(const Protocol::endpoint& endpoint);
+
+    Protocol::endpoint LocalEndpoint() const { return acceptor_.local_endpoint(); }
+
+private:
+    void Accept();
+    void OnAccept(std::error_code error, Protocol::socket socket);
+    void AcceptLater();
+
+    asio::basic_socket_acceptor<Protocol> acceptor_;
+    asio::steady_timer retry_;
+    Instrument& instrument_;
+    const Pacing pacing_;
+};
+
+asio::ip::tcp::endpoint TcpEndpoint(const Server::Protocol::endpoint& endpoint);
+
+} // namespace emulator
