@@ -1,0 +1,33 @@
+// A network of a test's own, gone with the test.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "support/ScriptedPeer.h"
+
+namespace uxvisa::test {
+
+// A network namespace. It lives as long as its descriptor and the sockets in it, so nothing is left
+// behind, not even by a test that dies.
+class NetworkNamespace {
+public:
+    // Why there can be none here; empty when there can.
+    static std::string WhyUnavailable();
+
+    // With the loopback interface up and nothing else.
+    NetworkNamespace();
+
+    // Runs in a thread inside: sockets it opens and threads it starts belong to the namespace.
+    void Do(const std::function<void()>& work) const;
+    // Runs the ip command with these words; a failure fails the test.
+    void Ip(const std::string& words) const;
+    // Two interfaces named "wire", wired to each other: one here, one in `other`, both up.
+    void WireTo(const NetworkNamespace& other, const std::string& ownAddress,
+                const std::string& otherAddress) const;
+
+private:
+    Descriptor m_namespace;
+};
+
+} // namespace uxvisa::test
