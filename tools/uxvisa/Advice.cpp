@@ -1,0 +1,108 @@
+#include "tools/uxvisa/Advice.h"
+
+#include <algorithm>
+#include <cctype>
+#include <vector>
+
+namespace uxvisa::tool {
+
+namespace {
+
+constexpr char Forms[] =
+    "a resource looks like TCPIP::HOST::PORT::SOCKET, as TCPIP::192.168.1.20::5025::SOCKET";
+
+std::vector<std::string> Fields(const std::string& resource) {
+    std::vector<std::string> fields;
+    std::size_t start = 0;
+    for (std::size_t end = 0; end != std::string::npos; start = end + 2) {
+        end = resource.find("::", start);
+        fields.push_back(resource.substr(start, end - start));
+    }
+    return fields;
+}
+
+std::string UpperCase(std::string text) {
+    std::ranges::transform(text, text.begin(), [](unsigned char character) {
+        return static_cast<char>(std::toupper(character));
+    });
+    return text;
+}
+
+bool IsSocket(const std::vector<std::string>& fields) {
+    return fields.size() == 4 && UpperCase(fields[0]).starts_with("TCPIP") &&
+           UpperCase(fields[3]) == "SOCKET";
+}
+
+std::string NotFound(const std::string& resource) {
+    const auto fields = Fields(resource);
+    if (!IsSocket(fields)) {
+        return std::string("nothing serves resources of this kind; ") + Forms;
+    }
+    return "is the instrument on, and is " + fields[2] +
+           " the port of its command socket? Try: ping " + fields[1];
+}
+
+std::string NoAnswerToConnect(const std::string& resource) {
+    const auto fields = Fields(resource);
+    const std::string host = IsSocket(fields) ? fields[1] : "HOST";
+    return "is the host name right, and is the instrument on and in reach? Try: ping " + host;
+}
+
+std::string RaiseTimeout(ViUInt32 timeoutMs) {
+    return "raise --timeout (now " + std::to_string(timeoutMs) + ")";
+}
+
+std::string NoAnswer(const Situation& situation) {
+    const std::string raise = RaiseTimeout(situation.timeoutMs);
+    if (situation.received > 0 && situation.isCounted) {
+        return "the instrument has stopped sending: " + raise + " if it pauses for longer";
+    }
+    if (situation.received > 0) {
+        return "the answer has begun but not ended: " + raise +
+               ", or give --termchar off if its lines do not end in a line feed";
+    }
+    if (situation.command.empty()) {
+        return "has the instrument been asked for something? If it needs longer, " + raise;
+    }
+    if (situation.command.find('?') == std::string::npos) {
+        return "the command has no '?', so it may have no answer: use 'uxvisa write', or " + raise;
+    }
+    return raise +
+           ", try another --eol, or check the command: an instrument is silent when it does "
+           "not understand";
+}
+
+std::string TimeOut(const Situation& situation) {
+    switch (situation.stage) {
+    case Stage::Open:
+        return NoAnswerToConnect(situation.resource);
+    case Stage::Write:
+        return "the instrument takes no data: is it busy? Else " +
+               RaiseTimeout(situation.timeoutMs);
+    case Stage::Read:
+        return NoAnswer(situation);
+    }
+    return {};
+}
+
+} // namespace
+
+std::string Advice(ViStatus status, const Situation& situation) {
+    switch (status) {
+    case VI_ERROR_INV_RSRC_NAME:
+        return Forms;
+    case VI_ERROR_RSRC_NFOUND:
+        return NotFound(situation.resource);
+    case VI_ERROR_TMO:
+        return TimeOut(situation);
+    case VI_ERROR_CONN_LOST:
+        return "the instrument or the network broke the connection: is another program using it? "
+               "Try again";
+    case VI_ERROR_SYSTEM_ERROR:
+        return "is there enough free memory?";
+    default:
+        return {};
+    }
+}
+
+} // namespace uxvisa::tool

@@ -1,0 +1,19 @@
+// The ways to read an answer that is not a block. Each passes on what arrived, and throws an
+// InstrumentFailure if the answer did not come to its end.
+#pragma once
+
+#include <cstdint>
+
+#include "tools/uxvisa/DataSink.h"
+#include "tools/uxvisa/Session.h"
+
+namespace uxvisa::tool {
+
+// Up to and with the line feed.
+void ReadLine(Session& session, DataSink& sink);
+// So many bytes; fewer if the termination character is enabled and comes before.
+void ReadCount(Session& session, DataSink& sink, std::uint64_t count);
+// Until the instrument has been silent for the time-out; a failure if nothing came at all.
+void ReadUntilSilence(Session& session, DataSink& sink);
+
+} // namespace uxvisa::tool

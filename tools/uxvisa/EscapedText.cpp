@@ -1,0 +1,39 @@
+#include "tools/uxvisa/EscapedText.h"
+
+namespace uxvisa::tool {
+
+namespace {
+
+std::string Hex(unsigned char byte) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    return std::string("\\x") + digits[byte >> 4] + digits[byte & 0x0F];
+}
+
+std::string Escaped(char character) {
+    switch (character) {
+    case '\n':
+        return "\\n";
+    case '\r':
+        return "\\r";
+    case '\t':
+        return "\\t";
+    case '"':
+    case '\\':
+        return std::string("\\") + character;
+    default:
+        return character >= ' ' && character <= '~' ? std::string(1, character)
+                                                    : Hex(static_cast<unsigned char>(character));
+    }
+}
+
+} // namespace
+
+std::string EscapedText(std::string_view data) {
+    std::string text = "\"";
+    for (const char character : data) {
+        text += Escaped(character);
+    }
+    return text + '"';
+}
+
+} // namespace uxvisa::tool

@@ -1,0 +1,12 @@
+// Bytes made visible: "\n", "\x00" and the like for what a terminal would not show.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace uxvisa::tool {
+
+// In double quotes.
+std::string EscapedText(std::string_view data);
+
+} // namespace uxvisa::tool

@@ -1,0 +1,34 @@
+// What a command line asks for.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "uxvisa/visatype.h"
+
+namespace uxvisa::tool {
+
+class Report;
+struct Options;
+
+using Command = std::function<void(const Options&, Report&)>;
+
+struct Options {
+    Command run;
+    std::string resource;
+    std::string command;
+    std::string statusCode;
+    std::optional<std::uint64_t> count;
+    bool block = false;
+    std::string outputFile;
+
+    ViUInt32 timeoutMs = 5000;
+    bool termChar = true;
+    std::string eol = "\n";
+    bool json = false;
+    bool time = false;
+};
+
+} // namespace uxvisa::tool
