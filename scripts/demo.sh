@@ -29,12 +29,21 @@ done
 [ -n "$port" ] || { echo "the emulator did not start" >&2; exit 1; }
 resource=TCPIP::127.0.0.1::$port::SOCKET
 
+cd "$work"
 show() {
-    printf '$ uxvisa %s\n' "$(printf '%s ' "$@" | sed "s/ $//; s/$port/PORT/")"
+    local words=()
+    for word in "$@"; do
+        case $word in
+            *[\*\?]*) words+=("'$word'") ;;
+            *) words+=("$word") ;;
+        esac
+    done
+    echo "\$ uxvisa ${words[*]}"
     "$build/tools/uxvisa/uxvisa" "$@"
 }
 
 show query "$resource" '*IDN?'
 show query "$resource" 'MEAS:VOLT?' --time
-show query "$resource" 'CURV?' --block -o "$work/curve.bin" --time
-printf '$ wc -c curve.bin\n%s\n' "$(wc -c <"$work/curve.bin")"
+show query "$resource" 'CURV?' --block -o curve.bin --time
+echo '$ wc -c curve.bin'
+wc -c curve.bin
