@@ -104,6 +104,26 @@ TEST(Manager, MissingManager) {
     ResManager = kept;
 }
 
+namespace {
+
+// What late calls find once the library's unload has begun; the exit status tells.
+void CallAfterUnload(ViSession handle) {
+    const void* before = ResManager;
+    Finalizer();
+    ViSession vi = 77;
+    const bool refused = viOpenDefaultRM(&vi) == VI_ERROR_SYSTEM_ERROR &&
+                         viClose(handle) == VI_ERROR_SYSTEM_ERROR &&
+                         viClear(handle) == VI_ERROR_INV_OBJECT && vi == 77;
+    _exit(refused && ResManager == before ? 0 : 1);
+}
+
+} // namespace
+
+TEST(ManagerDeath, CallsAfterTheUnloadTouchNothing) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(CallAfterUnload(Manager()), testing::ExitedWithCode(0), "");
+}
+
 TEST(ParseRsrc, AnswersInvalidObjectForTheManagersHandleOnPurpose) {
     ViUInt16 type = 77;
     ViUInt16 number = 77;
@@ -126,6 +146,21 @@ TEST(Open, FailuresWriteNothing) {
     EXPECT_EQ(viOpen(Manager(), "GPIB0::1::INSTR", 0, 0, &vi), VI_ERROR_RSRC_NFOUND);
     EXPECT_EQ(viOpen(Manager() ^ 1, "TCPIP::127.0.0.1::1::SOCKET", 0, 0, &vi), VI_ERROR_INV_OBJECT);
     EXPECT_EQ(viOpen(Manager() | 0x100000000UL, "nonsense", 0, 0, &vi), VI_ERROR_INV_OBJECT);
+    EXPECT_EQ(vi, 77UL);
+}
+
+TEST(Open, APositiveStatusIsAFailureOnPurpose) {
+    struct Warning : CResourceManager {
+        Warning() : CResourceManager(nullptr) {}
+        long Open(char*, unsigned long, unsigned long, ISession**) override {
+            return VI_SUCCESS_DEV_NPRESENT;
+        }
+    } warning;
+    CResourceManager* kept = ResManager;
+    ResManager = &warning;
+    ViSession vi = 77;
+    EXPECT_EQ(viOpen(warning.GetID(), "TCPIP::h::1::SOCKET", 0, 0, &vi), VI_SUCCESS_DEV_NPRESENT);
+    ResManager = kept;
     EXPECT_EQ(vi, 77UL);
 }
 
