@@ -18,8 +18,8 @@ using emulator::Interpreter;
 using emulator::LineAssembler;
 
 // Longer responses add nothing but time.
-constexpr std::size_t kMaxResponse = 8192;
-constexpr std::size_t kMaxLine = 512;
+constexpr std::size_t MaxResponse = 8192;
+constexpr std::size_t MaxLine = 512;
 
 void Require(bool condition) {
     if (!condition) {
@@ -30,7 +30,7 @@ void Require(bool condition) {
 void RunMessage(Interpreter& interpreter, std::string_view message, std::size_t piece) {
     std::string response;
     interpreter.Start(message);
-    for (std::size_t total = 0; total < kMaxResponse; total += piece) {
+    for (std::size_t total = 0; total < MaxResponse; total += piece) {
         response.clear();
         interpreter.Run(response, piece);
         Require(response.size() <= piece);
@@ -51,7 +51,7 @@ void Feed(Instrument& instrument, LineAssembler& lines, const std::vector<char>&
             Require(input.empty());
             return;
         case LineAssembler::Outcome::Line:
-            Require(line.size() <= kMaxLine && line.find('\n') == std::string_view::npos);
+            Require(line.size() <= MaxLine && line.find('\n') == std::string_view::npos);
             RunMessage(interpreter, line, piece);
             break;
         case LineAssembler::Outcome::Overrun:
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     Instrument instrument;
-    LineAssembler lines(kMaxLine);
+    LineAssembler lines(MaxLine);
     std::uint32_t split = data[0];
     const std::size_t piece = std::size_t{data[1]} + 1;
     for (std::size_t at = 2; at < size;) {

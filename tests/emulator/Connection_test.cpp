@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <future>
 #include <memory>
 #include <random>
 #include <string>
@@ -35,42 +36,47 @@ public:
         if (::socketpair(AF_UNIX, socket_type | SOCK_CLOEXEC, 0, ends.data()) != 0) {
             throw std::system_error(errno, std::generic_category(), "socketpair");
         }
-        client_ = std::make_unique<StreamClient>(ends[0]);
-        std::make_shared<Connection<Stream>>(Adopt(ends[1]), instrument_, pacing)->Start();
-        thread_ = std::thread([this] { context_.run(); });
+        m_client = std::make_unique<StreamClient>(ends[0]);
+        std::make_shared<Connection<Stream>>(Adopt(ends[1]), m_instrument, pacing)->Start();
+        m_thread = std::thread([this] { m_context.run(); });
     }
 
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
     ~Peer() {
-        context_.stop();
-        thread_.join();
+        m_context.stop();
+        m_thread.join();
     }
 
-    StreamClient& Client() { return *client_; }
+    StreamClient& Client() { return *m_client; }
 
-    // Keeps the thread of the connection from seeing what happens for so long.
+    // From when this returns, the thread of the connection sees nothing for so long.
     void Stall(milliseconds time) {
-        asio::post(context_, [time] { std::this_thread::sleep_for(time); });
+        const auto started = std::make_shared<std::promise<void>>();
+        asio::post(m_context, [started, time] {
+            started->set_value();
+            std::this_thread::sleep_for(time);
+        });
+        started->get_future().wait();
     }
 
     // The context runs out of work when the connection has ended by itself.
     bool EndsByItself() {
-        const auto deadline = steady_clock::now() + StreamClient::kPatience;
-        while (!context_.stopped() && steady_clock::now() < deadline) {
+        const auto deadline = steady_clock::now() + StreamClient::Patience;
+        while (!m_context.stopped() && steady_clock::now() < deadline) {
             std::this_thread::sleep_for(milliseconds(1));
         }
-        return context_.stopped();
+        return m_context.stopped();
     }
 
 private:
     Stream Adopt(int descriptor);
 
-    Instrument instrument_;
-    asio::io_context context_;
-    std::unique_ptr<StreamClient> client_;
-    std::thread thread_;
+    Instrument m_instrument;
+    asio::io_context m_context;
+    std::unique_ptr<StreamClient> m_client;
+    std::thread m_thread;
 };
 
 using Socket = asio::local::stream_protocol::socket;
@@ -78,12 +84,12 @@ using Descriptor = asio::posix::stream_descriptor;
 
 template <>
 Socket Peer<Socket>::Adopt(int descriptor) {
-    return Socket(context_, asio::local::stream_protocol(), descriptor);
+    return Socket(m_context, asio::local::stream_protocol(), descriptor);
 }
 
 template <>
 Descriptor Peer<Descriptor>::Adopt(int descriptor) {
-    return Descriptor(context_, descriptor);
+    return Descriptor(m_context, descriptor);
 }
 
 struct SocketPeer : Peer<Socket> {
@@ -206,10 +212,10 @@ TEST(Connection, LongestLineIsRun) {
 
 TEST(Connection, LargeCurveArrivesComplete) {
     SocketPeer peer;
-    constexpr std::size_t kLength = std::size_t{64} << 20U;
+    constexpr std::size_t Length = std::size_t{64} << 20U;
     peer.Client().Send("CURV:LENG 67108864;:CURV?\n");
     ASSERT_EQ(peer.Client().ReadExactly(10), "#867108864");
-    for (std::size_t at = 0; at < kLength; at += 1U << 20U) {
+    for (std::size_t at = 0; at < Length; at += 1U << 20U) {
         const std::string bytes = peer.Client().ReadExactly(1U << 20U);
         for (std::size_t i = 0; i < bytes.size(); ++i) {
             ASSERT_EQ(static_cast<unsigned char>(bytes[i]), i & 0xFFU) << at + i;

@@ -30,60 +30,60 @@ public:
         if (::pipe2(out.data(), O_CLOEXEC) != 0 || ::pipe2(err.data(), O_CLOEXEC) != 0) {
             throw std::system_error(errno, std::generic_category(), "pipe2");
         }
-        std::vector<char*> words{program_.data()};
+        std::vector<char*> words{m_program.data()};
         for (std::string& argument : arguments) {
             words.push_back(argument.data());
         }
         words.push_back(nullptr);
-        child_ = ::fork();
-        if (child_ == 0) {
+        m_child = ::fork();
+        if (m_child == 0) {
             Become(words.data(), out[1], err[1], descriptors);
         }
         ::close(out[1]);
         ::close(err[1]);
-        output_ = std::make_unique<StreamClient>(out[0]);
-        errors_ = std::make_unique<StreamClient>(err[0]);
+        m_output = std::make_unique<StreamClient>(out[0]);
+        m_errors = std::make_unique<StreamClient>(err[0]);
     }
 
     EmulatorProcess(const EmulatorProcess&) = delete;
     EmulatorProcess& operator=(const EmulatorProcess&) = delete;
 
     ~EmulatorProcess() {
-        if (child_ > 0) {
+        if (m_child > 0) {
             Signal(SIGKILL);
-            ::waitpid(child_, nullptr, 0);
+            ::waitpid(m_child, nullptr, 0);
         }
     }
 
     // The port that the child says it listens on.
     std::uint16_t Port() {
-        if (port_ == 0) {
-            const std::string line = output_->ReadLine();
+        if (m_port == 0) {
+            const std::string line = m_output->ReadLine();
             const std::string lead = "listening on 127.0.0.1:";
             if (!line.starts_with(lead)) {
                 throw std::runtime_error("unexpected output: " + line);
             }
-            port_ = static_cast<std::uint16_t>(std::stoul(line.substr(lead.size())));
+            m_port = static_cast<std::uint16_t>(std::stoul(line.substr(lead.size())));
         }
-        return port_;
+        return m_port;
     }
 
     StreamClient Connect() { return StreamClient::Connect(Port()); }
 
-    void Signal(int number) const { ::kill(child_, number); }
+    void Signal(int number) const { ::kill(m_child, number); }
 
     // The exit code, or 128 and more for a death by signal.
     int Wait() {
         int status = 0;
-        ::waitpid(std::exchange(child_, -1), &status, 0);
+        ::waitpid(std::exchange(m_child, -1), &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
     // What is left to read there, up to the end of the child.
-    std::string Output() { return output_->ReadToEnd(); }
-    std::string Errors() { return errors_->ReadToEnd(); }
+    std::string Output() { return m_output->ReadToEnd(); }
+    std::string Errors() { return m_errors->ReadToEnd(); }
 
-    pid_t Id() const { return child_; }
+    pid_t Id() const { return m_child; }
 
 private:
     [[noreturn]] static void Become(char** words, int out, int err, rlim_t descriptors) {
@@ -100,9 +100,9 @@ private:
         ::_exit(127);
     }
 
-    std::string program_ = UXVISA_EMULATOR;
-    pid_t child_ = -1;
-    std::unique_ptr<StreamClient> output_;
-    std::unique_ptr<StreamClient> errors_;
-    std::uint16_t port_ = 0;
+    std::string m_program = UXVISA_EMULATOR;
+    pid_t m_child = -1;
+    std::unique_ptr<StreamClient> m_output;
+    std::unique_ptr<StreamClient> m_errors;
+    std::uint16_t m_port = 0;
 };

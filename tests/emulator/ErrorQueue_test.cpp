@@ -9,7 +9,7 @@ namespace {
 
 ErrorQueue FullQueue() {
     ErrorQueue queue;
-    for (std::size_t i = 0; i < ErrorQueue::kDepth; ++i) {
+    for (std::size_t i = 0; i < ErrorQueue::Depth; ++i) {
         queue.Push(i % 2 == 0 ? ErrorCode::SyntaxError : ErrorCode::UndefinedHeader);
     }
     return queue;
@@ -37,7 +37,7 @@ TEST(ErrorQueue, OldestErrorComesFirst) {
 TEST(ErrorQueue, HoldsAsManyErrorsAsItsDepth) {
     ErrorQueue queue = FullQueue();
     EXPECT_EQ(queue.Count(), 20U);
-    for (std::size_t i = 0; i < ErrorQueue::kDepth; ++i) {
+    for (std::size_t i = 0; i < ErrorQueue::Depth; ++i) {
         EXPECT_EQ(queue.Pop(), i % 2 == 0 ? ErrorCode::SyntaxError : ErrorCode::UndefinedHeader);
     }
     EXPECT_TRUE(queue.Empty());
@@ -47,8 +47,8 @@ TEST(ErrorQueue, OverflowReplacesTheNewestEntry) {
     ErrorQueue queue = FullQueue();
     queue.Push(ErrorCode::DataOutOfRange);
     queue.Push(ErrorCode::DataOutOfRange);
-    EXPECT_EQ(queue.Count(), ErrorQueue::kDepth);
-    for (std::size_t i = 0; i + 1 < ErrorQueue::kDepth; ++i) {
+    EXPECT_EQ(queue.Count(), ErrorQueue::Depth);
+    for (std::size_t i = 0; i + 1 < ErrorQueue::Depth; ++i) {
         EXPECT_NE(queue.Pop(), ErrorCode::QueueOverflow);
     }
     EXPECT_EQ(queue.Pop(), ErrorCode::QueueOverflow);
@@ -60,7 +60,7 @@ TEST(ErrorQueue, TakesErrorsAgainAfterOverflow) {
     queue.Push(ErrorCode::DataOutOfRange);
     queue.Pop();
     queue.Push(ErrorCode::DataTypeError);
-    for (std::size_t i = 0; i + 1 < ErrorQueue::kDepth; ++i) {
+    for (std::size_t i = 0; i + 1 < ErrorQueue::Depth; ++i) {
         queue.Pop();
     }
     EXPECT_EQ(queue.Pop(), ErrorCode::DataTypeError);

@@ -19,15 +19,15 @@ std::string NextError(Instrument& instrument) {
 
 class InstrumentTest : public testing::Test {
 protected:
-    std::string Ask(std::string_view message) { return ::Ask(instrument_, message); }
+    std::string Ask(std::string_view message) { return ::Ask(m_instrument, message); }
 
     void ExpectError(std::string_view message, std::string_view error) {
         EXPECT_EQ(Ask(message), "") << message;
-        EXPECT_EQ(NextError(instrument_), std::string(error) + "\n") << message;
-        EXPECT_EQ(NextError(instrument_), "0,\"No error\"\n") << message;
+        EXPECT_EQ(NextError(m_instrument), std::string(error) + "\n") << message;
+        EXPECT_EQ(NextError(m_instrument), "0,\"No error\"\n") << message;
     }
 
-    Instrument instrument_;
+    Instrument m_instrument;
 };
 
 } // namespace
@@ -46,7 +46,7 @@ TEST_F(InstrumentTest, AnswersTheFixedQueries) {
     EXPECT_EQ(Ask("*TST?"), "0\n");
     EXPECT_EQ(Ask("SYSTem:VERSion?"), "1999.0\n");
     EXPECT_EQ(Ask("*WAI"), "");
-    EXPECT_EQ(NextError(instrument_), "0,\"No error\"\n");
+    EXPECT_EQ(NextError(m_instrument), "0,\"No error\"\n");
 }
 
 TEST_F(InstrumentTest, OperationCompleteSetsItsEvent) {
@@ -60,9 +60,9 @@ TEST_F(InstrumentTest, EveryErrorClassSetsItsEvent) {
     EXPECT_EQ(Ask("*ESR?"), "32\n");
     Ask("*ESE 256");
     EXPECT_EQ(Ask("*ESR?"), "16\n");
-    instrument_.Report(ErrorCode::InputBufferOverrun);
+    m_instrument.Report(ErrorCode::InputBufferOverrun);
     EXPECT_EQ(Ask("*ESR?"), "8\n");
-    instrument_.Report(ErrorCode::QueryInterrupted);
+    m_instrument.Report(ErrorCode::QueryInterrupted);
     EXPECT_EQ(Ask("*ESR?"), "4\n");
 }
 
@@ -74,8 +74,8 @@ TEST_F(InstrumentTest, EventsAddUpUntilTheyAreRead) {
 TEST_F(InstrumentTest, StatusByteTellsOfWaitingErrors) {
     Ask("NONSENSE");
     EXPECT_EQ(Ask("*STB?"), "4\n");
-    EXPECT_EQ(instrument_.StatusByte(), 4);
-    NextError(instrument_);
+    EXPECT_EQ(m_instrument.StatusByte(), 4);
+    NextError(m_instrument);
     EXPECT_EQ(Ask("*STB?"), "0\n");
 }
 
@@ -110,7 +110,7 @@ TEST_F(InstrumentTest, ResetRestoresSettingsOnly) {
     EXPECT_EQ(Ask("TRAC:POIN?;:CURV:LENG?;:SOUR:FREQ?;*ESE?"),
               "100;1000;+1.00000000000000E+03;4\n");
     EXPECT_EQ(Ask("CONF?"), configuration);
-    EXPECT_EQ(NextError(instrument_), "-113,\"Undefined header\"\n");
+    EXPECT_EQ(NextError(m_instrument), "-113,\"Undefined header\"\n");
     ExpectError("FETC?", "-230,\"Data corrupt or stale\"");
 }
 
@@ -129,10 +129,10 @@ TEST_F(InstrumentTest, FullErrorQueueEndsWithOverflow) {
     }
     EXPECT_EQ(Ask("SYST:ERR:COUN?"), "20\n");
     for (int i = 0; i < 19; ++i) {
-        EXPECT_EQ(NextError(instrument_), "-113,\"Undefined header\"\n");
+        EXPECT_EQ(NextError(m_instrument), "-113,\"Undefined header\"\n");
     }
-    EXPECT_EQ(NextError(instrument_), "-350,\"Queue overflow\"\n");
-    EXPECT_EQ(NextError(instrument_), "0,\"No error\"\n");
+    EXPECT_EQ(NextError(m_instrument), "-350,\"Queue overflow\"\n");
+    EXPECT_EQ(NextError(m_instrument), "0,\"No error\"\n");
 }
 
 TEST_F(InstrumentTest, CommandAndQueryAreDifferentHeaders) {

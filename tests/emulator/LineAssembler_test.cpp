@@ -14,7 +14,7 @@ using testing::IsEmpty;
 
 namespace {
 
-const std::string kOverrun = "<overrun>";
+const std::string Overrun = "<overrun>";
 
 void Feed(LineAssembler& lines, std::string_view input, std::vector<std::string>& seen) {
     std::string_view line;
@@ -26,7 +26,7 @@ void Feed(LineAssembler& lines, std::string_view input, std::vector<std::string>
             seen.emplace_back(line);
             break;
         case LineAssembler::Outcome::Overrun:
-            seen.push_back(kOverrun);
+            seen.push_back(Overrun);
             break;
         }
     }
@@ -74,7 +74,7 @@ TEST(LineAssembler, KeepsNulBytes) {
 TEST(LineAssembler, EverySplitGivesTheSameLines) {
     const std::string text = "*IDN?\r\n\nSYST:ERR?\n\r\nlonger than that\nx\n";
     const auto whole = Lines(text, text.size(), 12);
-    ASSERT_THAT(whole, ElementsAre("*IDN?", "", "SYST:ERR?", "", kOverrun, "x"));
+    ASSERT_THAT(whole, ElementsAre("*IDN?", "", "SYST:ERR?", "", Overrun, "x"));
     for (std::size_t split = 1; split < text.size(); ++split) {
         EXPECT_EQ(Lines(text, split, 12), whole) << "split " << split;
     }
@@ -87,20 +87,20 @@ TEST(LineAssembler, LongestLinePasses) {
 }
 
 TEST(LineAssembler, OneByteMoreIsAnOverrun) {
-    EXPECT_THAT(Lines("123456789\nok\n", 100, 8), ElementsAre(kOverrun, "ok"));
-    EXPECT_THAT(Lines("12345678\r\r\nok\n", 1, 8), ElementsAre(kOverrun, "ok"));
-    EXPECT_THAT(Lines("12345678\rx\nok\n", 1, 8), ElementsAre(kOverrun, "ok"));
+    EXPECT_THAT(Lines("123456789\nok\n", 100, 8), ElementsAre(Overrun, "ok"));
+    EXPECT_THAT(Lines("12345678\r\r\nok\n", 1, 8), ElementsAre(Overrun, "ok"));
+    EXPECT_THAT(Lines("12345678\rx\nok\n", 1, 8), ElementsAre(Overrun, "ok"));
 }
 
 TEST(LineAssembler, OverrunIsReportedOncePerLine) {
     const std::string text = std::string(100, 'x') + "\n" + std::string(100, 'y') + "\nok\n";
     for (const std::size_t split : {1U, 7U, 50U, 300U}) {
-        EXPECT_THAT(Lines(text, split, 8), ElementsAre(kOverrun, kOverrun, "ok")) << split;
+        EXPECT_THAT(Lines(text, split, 8), ElementsAre(Overrun, Overrun, "ok")) << split;
     }
 }
 
 TEST(LineAssembler, OverrunIsReportedBeforeTheLineEnds) {
-    EXPECT_THAT(Lines("123456789", 1, 8), ElementsAre(kOverrun));
+    EXPECT_THAT(Lines("123456789", 1, 8), ElementsAre(Overrun));
 }
 
 TEST(LineAssembler, LimitIsOneMebibyteUnlessSetOtherwise) {
@@ -110,5 +110,5 @@ TEST(LineAssembler, LimitIsOneMebibyteUnlessSetOtherwise) {
     Feed(lines, std::string(1048577, 'x') + "\n", seen);
     ASSERT_EQ(seen.size(), 2U);
     EXPECT_EQ(seen[0].size(), 1048576U);
-    EXPECT_EQ(seen[1], kOverrun);
+    EXPECT_EQ(seen[1], Overrun);
 }

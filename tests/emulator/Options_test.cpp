@@ -15,11 +15,11 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr int kUntouched = -1;
+constexpr int Untouched = -1;
 
 struct Outcome {
     std::optional<Options> options;
-    int exit_code = kUntouched;
+    int exit_code = Untouched;
     std::string output;
     std::string errors;
 };
@@ -51,7 +51,7 @@ TEST(Options, DefaultsServeTheLoopbackAtFullSpeed) {
     EXPECT_EQ(outcome.options->instrument.seed, 1U);
     EXPECT_EQ(outcome.options->instrument.curve_length, 1000U);
     EXPECT_EQ(outcome.options->instrument.trace_points, 100U);
-    EXPECT_EQ(outcome.exit_code, kUntouched);
+    EXPECT_EQ(outcome.exit_code, Untouched);
     EXPECT_EQ(outcome.output + outcome.errors, "");
 }
 

@@ -68,15 +68,15 @@ TEST(Reply, BlockStartsWithItsLength) {
 }
 
 TEST(Reply, BlockBytesCountUpWhateverThePieces) {
-    constexpr std::size_t kLength = 70000;
-    const std::string whole = Moved(Reply::Block(kLength), 1U << 20U);
-    ASSERT_EQ(whole.size(), 7 + kLength);
+    constexpr std::size_t Length = 70000;
+    const std::string whole = Moved(Reply::Block(Length), 1U << 20U);
+    ASSERT_EQ(whole.size(), 7 + Length);
     EXPECT_EQ(whole.substr(0, 7), "#570000");
-    for (std::size_t i = 0; i < kLength; ++i) {
+    for (std::size_t i = 0; i < Length; ++i) {
         ASSERT_EQ(static_cast<unsigned char>(whole[7 + i]), i & 0xFFU) << i;
     }
     for (const std::size_t piece : {1U, 2U, 255U, 257U, 16384U, 65536U}) {
-        EXPECT_TRUE(Moved(Reply::Block(kLength), piece) == whole) << piece;
+        EXPECT_TRUE(Moved(Reply::Block(Length), piece) == whole) << piece;
     }
 }
 

@@ -13,27 +13,27 @@ class ServerThread {
 public:
     explicit ServerThread(const emulator::Pacing& pacing = {},
                           const emulator::InstrumentSettings& settings = {})
-        : instrument_(settings), server_(context_, instrument_, pacing) {
-        server_.Listen(asio::ip::tcp::endpoint(asio::ip::address_v4::loopback(), 0));
-        port_ = emulator::TcpEndpoint(server_.LocalEndpoint()).port();
-        thread_ = std::thread([this] { context_.run(); });
+        : m_instrument(settings), m_server(m_context, m_instrument, pacing) {
+        m_server.Listen(asio::ip::tcp::endpoint(asio::ip::address_v4::loopback(), 0));
+        m_port = emulator::TcpEndpoint(m_server.LocalEndpoint()).port();
+        m_thread = std::thread([this] { m_context.run(); });
     }
 
     ServerThread(const ServerThread&) = delete;
     ServerThread& operator=(const ServerThread&) = delete;
 
     ~ServerThread() {
-        context_.stop();
-        thread_.join();
+        m_context.stop();
+        m_thread.join();
     }
 
-    std::uint16_t Port() const { return port_; }
-    StreamClient Connect() const { return StreamClient::Connect(port_); }
+    std::uint16_t Port() const { return m_port; }
+    StreamClient Connect() const { return StreamClient::Connect(m_port); }
 
 private:
-    emulator::Instrument instrument_;
-    asio::io_context context_;
-    emulator::Server server_;
-    std::uint16_t port_ = 0;
-    std::thread thread_;
+    emulator::Instrument m_instrument;
+    asio::io_context m_context;
+    emulator::Server m_server;
+    std::uint16_t m_port = 0;
+    std::thread m_thread;
 };

@@ -18,20 +18,20 @@
 #include <utility>
 
 // A client with blocking calls over any stream descriptor, which it owns. A peer that keeps it
-// waiting for kPatience makes the call throw, so that a hang fails its test.
+// waiting for Patience makes the call throw, so that a hang fails its test.
 class StreamClient {
 public:
-    static constexpr std::chrono::milliseconds kPatience{30000};
+    static constexpr std::chrono::milliseconds Patience{30000};
 
-    explicit StreamClient(int descriptor) : descriptor_(descriptor) {}
+    explicit StreamClient(int descriptor) : m_descriptor(descriptor) {}
     StreamClient(StreamClient&& other) noexcept
-        : descriptor_(std::exchange(other.descriptor_, -1)), received_(std::move(other.received_)) {
-    }
+        : m_descriptor(std::exchange(other.m_descriptor, -1)),
+          m_received(std::move(other.m_received)) {}
     StreamClient(const StreamClient&) = delete;
     StreamClient& operator=(const StreamClient&) = delete;
     StreamClient& operator=(StreamClient&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        received_.swap(other.received_);
+        std::swap(m_descriptor, other.m_descriptor);
+        m_received.swap(other.m_received);
         return *this;
     }
     ~StreamClient() { Close(); }
@@ -42,7 +42,7 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (::connect(client.descriptor_, reinterpret_cast<const sockaddr*>(&address),
+        if (::connect(client.m_descriptor, reinterpret_cast<const sockaddr*>(&address),
                       sizeof address) != 0) {
             throw std::system_error(errno, std::generic_category(), "connect");
         }
@@ -53,7 +53,7 @@ public:
         while (!bytes.empty()) {
             Await(POLLOUT);
             const ssize_t count =
-                ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+                ::send(m_descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
             if (count < 0) {
                 throw std::system_error(errno, std::generic_category(), "send");
             }
@@ -64,13 +64,13 @@ public:
     // Without the line feed.
     std::string ReadLine() {
         std::size_t end = 0;
-        while ((end = received_.find('\n')) == std::string::npos) {
+        while ((end = m_received.find('\n')) == std::string::npos) {
             if (ReceiveSome() == 0) {
                 throw std::runtime_error("end of stream instead of a line");
             }
         }
-        std::string line = received_.substr(0, end);
-        received_.erase(0, end + 1);
+        std::string line = m_received.substr(0, end);
+        m_received.erase(0, end + 1);
         return line;
     }
 
@@ -81,58 +81,58 @@ public:
     }
 
     std::string ReadExactly(std::size_t count) {
-        while (received_.size() < count) {
+        while (m_received.size() < count) {
             if (ReceiveSome() == 0) {
                 throw std::runtime_error("end of stream instead of bytes");
             }
         }
-        std::string bytes = received_.substr(0, count);
-        received_.erase(0, count);
+        std::string bytes = m_received.substr(0, count);
+        m_received.erase(0, count);
         return bytes;
     }
 
     std::string ReadToEnd() {
         while (ReceiveSome() != 0) {
         }
-        return std::exchange(received_, {});
+        return std::exchange(m_received, {});
     }
 
     // What one receive call gives; zero at the end of the stream.
     std::size_t ReceiveSome() {
         std::array<char, 65536> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init)
         Await(POLLIN);
-        const ssize_t count = ::read(descriptor_, bytes.data(), bytes.size());
+        const ssize_t count = ::read(m_descriptor, bytes.data(), bytes.size());
         if (count < 0) {
             throw std::system_error(errno, std::generic_category(), "read");
         }
-        received_.append(bytes.data(), static_cast<std::size_t>(count));
+        m_received.append(bytes.data(), static_cast<std::size_t>(count));
         return static_cast<std::size_t>(count);
     }
 
     bool HasInputWithin(std::chrono::milliseconds time) {
-        return !received_.empty() || Poll(POLLIN, time);
+        return !m_received.empty() || Poll(POLLIN, time);
     }
 
-    void FinishSending() { ::shutdown(descriptor_, SHUT_WR); }
+    void FinishSending() { ::shutdown(m_descriptor, SHUT_WR); }
 
     void Close() {
-        if (descriptor_ >= 0) {
-            ::close(std::exchange(descriptor_, -1));
+        if (m_descriptor >= 0) {
+            ::close(std::exchange(m_descriptor, -1));
         }
     }
 
 private:
     bool Poll(short events, std::chrono::milliseconds time) {
-        pollfd entry{descriptor_, events, 0};
+        pollfd entry{m_descriptor, events, 0};
         return ::poll(&entry, 1, static_cast<int>(time.count())) == 1;
     }
 
     void Await(short events) {
-        if (!Poll(events, kPatience)) {
+        if (!Poll(events, Patience)) {
             throw std::runtime_error("the peer keeps silent");
         }
     }
 
-    int descriptor_;
-    std::string received_;
+    int m_descriptor;
+    std::string m_received;
 };

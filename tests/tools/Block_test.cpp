@@ -136,6 +136,13 @@ TEST(Block, ThatIsNoneIsShownWhole) {
     EXPECT_EQ(result.error, NoBlockText(peer, "\"-113,\\\"Undefined header\\\"\\r\\n\""));
 }
 
+TEST(Block, ThatIsAShortLineDoesNotTakeTheNextLineAlong) {
+    InstrumentPeer peer(Answering("5\n6\n"));
+    const ToolResult result = QueryBlock(peer);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.error, NoBlockText(peer, "\"5\\n\""));
+}
+
 TEST(Block, BehindAWordIsRefusedAndShown) {
     InstrumentPeer peer(Answering("CURV #13\x01\x02\x03\n"));
     const ToolResult result = QueryBlock(peer);

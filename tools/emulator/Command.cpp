@@ -7,7 +7,7 @@ namespace emulator {
 
 namespace {
 
-constexpr auto kEnd = std::string_view::npos;
+constexpr auto End = std::string_view::npos;
 
 // Every control character, NUL too, separates like a blank; a line feed never gets this far.
 bool IsBlank(char c) {
@@ -44,7 +44,7 @@ std::string_view Trim(std::string_view text) {
     return text;
 }
 
-// Returns the position of the first separator outside quotes, or kEnd. A doubled quote inside a
+// Returns the position of the first separator outside quotes, or End. A doubled quote inside a
 // quoted text needs no care: it closes the text and opens it again.
 std::size_t FindOutsideQuotes(std::string_view text, char separator) {
     char quote = '\0';
@@ -58,12 +58,12 @@ std::size_t FindOutsideQuotes(std::string_view text, char separator) {
             return at;
         }
     }
-    return kEnd;
+    return End;
 }
 
 std::string_view TakeUpTo(std::string_view& text, std::size_t end) {
     const std::string_view front = text.substr(0, end);
-    text.remove_prefix(end == kEnd ? text.size() : end + 1);
+    text.remove_prefix(end == End ? text.size() : end + 1);
     return front;
 }
 
@@ -79,7 +79,7 @@ ErrorCode ParseParameters(std::string_view text, std::vector<std::string_view>& 
     bool more = !text.empty();
     while (more) {
         const std::size_t comma = FindOutsideQuotes(text, ',');
-        more = comma != kEnd;
+        more = comma != End;
         const std::string_view parameter = Trim(TakeUpTo(text, comma));
         if (parameter.empty()) {
             return ErrorCode::SyntaxError;
@@ -153,7 +153,7 @@ bool MatchesHeader(std::string_view pattern, std::string_view header) {
         const Node node = TakeNode(pattern);
         const std::size_t colon = header.find(':');
         if (more && MatchesMnemonic(node.mnemonic, header.substr(0, colon))) {
-            more = colon != kEnd;
+            more = colon != End;
             TakeUpTo(header, colon);
         } else if (!node.optional) {
             return false;

@@ -25,40 +25,40 @@ template <class Stream>
 class Connection : public std::enable_shared_from_this<Connection<Stream>> {
 public:
     Connection(Stream stream, Instrument& instrument, const Pacing& pacing)
-        : stream_(std::move(stream)), timer_(stream_.get_executor()), instrument_(instrument),
-          interpreter_(instrument), pacing_(pacing) {}
+        : m_stream(std::move(stream)), m_timer(m_stream.get_executor()), m_instrument(instrument),
+          m_interpreter(instrument), m_pacing(pacing) {}
 
     void Start() { Read(); }
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    static constexpr std::size_t kReadSize = std::size_t{16} << 10U;
-    static constexpr std::size_t kWriteSize = std::size_t{64} << 10U;
+    static constexpr std::size_t ReadSize = std::size_t{16} << 10U;
+    static constexpr std::size_t WriteSize = std::size_t{64} << 10U;
 
     void Read() {
-        reading_ = true;
+        m_reading = true;
         WatchSilence();
         const auto self = this->shared_from_this();
-        stream_.async_read_some(
-            asio::buffer(input_),
+        m_stream.async_read_some(
+            asio::buffer(m_input),
             [self](std::error_code error, std::size_t count) { self->OnRead(error, count); });
     }
 
     void OnRead(std::error_code error, std::size_t count) {
-        reading_ = false;
+        m_reading = false;
         if (error) {
             Close();
             return;
         }
-        unread_ = {input_.data(), count};
+        m_unread = {m_input.data(), count};
         Serve();
     }
 
     void Serve() {
         while (StartNextMessage()) {
             if (FillOutput()) {
-                WriteAfter(pacing_.delay);
+                WriteAfter(m_pacing.delay);
                 return;
             }
         }
@@ -67,19 +67,19 @@ private:
 
     bool StartNextMessage() {
         std::string_view line;
-        auto outcome = lines_.Take(unread_, line);
+        auto outcome = m_lines.Take(m_unread, line);
         while (outcome == LineAssembler::Outcome::Overrun) {
-            instrument_.Report(ErrorCode::InputBufferOverrun);
-            outcome = lines_.Take(unread_, line);
+            m_instrument.Report(ErrorCode::InputBufferOverrun);
+            outcome = m_lines.Take(m_unread, line);
         }
-        interpreter_.Start(line);
+        m_interpreter.Start(line);
         return outcome == LineAssembler::Outcome::Line;
     }
 
     bool FillOutput() {
-        output_.clear();
-        interpreter_.Run(output_, pacing_.chunk != 0 ? pacing_.chunk : kWriteSize);
-        return !output_.empty();
+        m_output.clear();
+        m_interpreter.Run(m_output, m_pacing.chunk != 0 ? m_pacing.chunk : WriteSize);
+        return !m_output.empty();
     }
 
     void WriteAfter(std::chrono::milliseconds pause) {
@@ -87,8 +87,8 @@ private:
             Write();
             return;
         }
-        timer_.expires_after(pause);
-        timer_.async_wait([self = this->shared_from_this()](std::error_code error) {
+        m_timer.expires_after(pause);
+        m_timer.async_wait([self = this->shared_from_this()](std::error_code error) {
             if (!error) {
                 self->Write();
             }
@@ -97,7 +97,7 @@ private:
 
     void Write() {
         const auto self = this->shared_from_this();
-        asio::async_write(stream_, asio::buffer(output_),
+        asio::async_write(m_stream, asio::buffer(m_output),
                           [self](std::error_code error, std::size_t) { self->OnWritten(error); });
     }
 
@@ -105,7 +105,8 @@ private:
         if (error) {
             Close();
         } else if (FillOutput()) {
-            WriteAfter(pacing_.chunk != 0 ? pacing_.chunk_interval : std::chrono::milliseconds(0));
+            WriteAfter(m_pacing.chunk != 0 ? m_pacing.chunk_interval
+                                           : std::chrono::milliseconds(0));
         } else {
             Serve();
         }
@@ -114,12 +115,12 @@ private:
     // The timer also paces writes, and its handler may already be on its way when bytes arrive:
     // hence the look at what it was last set for.
     void WatchSilence() {
-        if (pacing_.idle_drop.count() == 0) {
+        if (m_pacing.idle_drop.count() == 0) {
             return;
         }
-        timer_.expires_after(pacing_.idle_drop);
-        timer_.async_wait([self = this->shared_from_this()](std::error_code error) {
-            if (!error && self->reading_ && self->timer_.expiry() <= Clock::now()) {
+        m_timer.expires_after(m_pacing.idle_drop);
+        m_timer.async_wait([self = this->shared_from_this()](std::error_code error) {
+            if (!error && self->m_reading && self->m_timer.expiry() <= Clock::now()) {
                 self->Close();
             }
         });
@@ -127,20 +128,20 @@ private:
 
     void Close() {
         std::error_code ignored;
-        timer_.cancel();
-        stream_.close(ignored);
+        m_timer.cancel();
+        m_stream.close(ignored);
     }
 
-    Stream stream_;
-    asio::steady_timer timer_;
-    Instrument& instrument_;
-    LineAssembler lines_;
-    Interpreter interpreter_;
-    const Pacing pacing_;
-    std::array<char, kReadSize> input_{};
-    std::string_view unread_;
-    std::string output_;
-    bool reading_ = false;
+    Stream m_stream;
+    asio::steady_timer m_timer;
+    Instrument& m_instrument;
+    LineAssembler m_lines;
+    Interpreter m_interpreter;
+    const Pacing m_pacing;
+    std::array<char, ReadSize> m_input{};
+    std::string_view m_unread;
+    std::string m_output;
+    bool m_reading = false;
 };
 
 } // namespace emulator

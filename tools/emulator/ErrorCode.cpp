@@ -41,19 +41,19 @@ std::string_view ErrorText(ErrorCode code) {
 }
 
 std::uint8_t EventBit(ErrorCode code) {
-    constexpr std::uint8_t kQueryError = 1U << 2U;
-    constexpr std::uint8_t kDeviceError = 1U << 3U;
-    constexpr std::uint8_t kExecutionError = 1U << 4U;
-    constexpr std::uint8_t kCommandError = 1U << 5U;
+    constexpr std::uint8_t QueryError = 1U << 2U;
+    constexpr std::uint8_t DeviceError = 1U << 3U;
+    constexpr std::uint8_t ExecutionError = 1U << 4U;
+    constexpr std::uint8_t CommandError = 1U << 5U;
     switch (static_cast<int>(code) / -100) {
     case 1:
-        return kCommandError;
+        return CommandError;
     case 2:
-        return kExecutionError;
+        return ExecutionError;
     case 3:
-        return kDeviceError;
+        return DeviceError;
     case 4:
-        return kQueryError;
+        return QueryError;
     default:
         return 0;
     }

@@ -3,19 +3,19 @@
 namespace emulator {
 
 void ErrorQueue::Push(ErrorCode code) {
-    if (codes_.size() < kDepth) {
-        codes_.push_back(code);
+    if (m_codes.size() < Depth) {
+        m_codes.push_back(code);
     } else {
-        codes_.back() = ErrorCode::QueueOverflow;
+        m_codes.back() = ErrorCode::QueueOverflow;
     }
 }
 
 ErrorCode ErrorQueue::Pop() {
-    if (codes_.empty()) {
+    if (m_codes.empty()) {
         return ErrorCode::NoError;
     }
-    const ErrorCode oldest = codes_.front();
-    codes_.pop_front();
+    const ErrorCode oldest = m_codes.front();
+    m_codes.pop_front();
     return oldest;
 }
 

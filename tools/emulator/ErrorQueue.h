@@ -11,16 +11,16 @@ namespace emulator {
 // are lost until one is read.
 class ErrorQueue {
 public:
-    static constexpr std::size_t kDepth = 20;
+    static constexpr std::size_t Depth = 20;
 
     void Push(ErrorCode code);
     ErrorCode Pop(); // NoError when empty
-    void Clear() { codes_.clear(); }
-    std::size_t Count() const { return codes_.size(); }
-    bool Empty() const { return codes_.empty(); }
+    void Clear() { m_codes.clear(); }
+    std::size_t Count() const { return m_codes.size(); }
+    bool Empty() const { return m_codes.empty(); }
 
 private:
-    std::deque<ErrorCode> codes_;
+    std::deque<ErrorCode> m_codes;
 };
 
 } // namespace emulator

@@ -12,16 +12,16 @@ namespace emulator {
 
 namespace {
 
-constexpr std::uint8_t kOperationComplete = 1U << 0U;
-constexpr std::uint8_t kErrorAvailable = 1U << 2U;
-constexpr std::uint8_t kEventSummary = 1U << 5U;
-constexpr std::uint8_t kMasterSummary = 1U << 6U;
+constexpr std::uint8_t OperationComplete = 1U << 0U;
+constexpr std::uint8_t ErrorAvailable = 1U << 2U;
+constexpr std::uint8_t EventSummary = 1U << 5U;
+constexpr std::uint8_t MasterSummary = 1U << 6U;
 
-constexpr double kRelativeResolution = 1e-6;
-constexpr double kUsualFrequency = 1000.0;
+constexpr double RelativeResolution = 1e-6;
+constexpr double UsualFrequency = 1000.0;
 
 // Enough to give back any frequency of up to 15 digits as it was set.
-constexpr int kFrequencyDecimals = 14;
+constexpr int FrequencyDecimals = 14;
 
 bool IsKeyword(std::string_view text) {
     const char first = text.front();
@@ -34,7 +34,7 @@ Reply Count(std::size_t value) {
 
 } // namespace
 
-Instrument::Instrument(const InstrumentSettings& settings) : initial_(settings) {
+Instrument::Instrument(const InstrumentSettings& settings) : m_initial(settings) {
     Reset({});
 }
 
@@ -96,14 +96,14 @@ Reply Instrument::Perform(const Operation& operation, const Parameters& paramete
 }
 
 void Instrument::Report(ErrorCode code) {
-    errors_.Push(code);
-    events_ |= EventBit(code);
+    m_errors.Push(code);
+    m_events |= EventBit(code);
 }
 
 std::uint8_t Instrument::StatusByte() const {
-    std::uint8_t status = errors_.Empty() ? 0 : kErrorAvailable;
-    status |= (events_ & event_enable_) != 0 ? kEventSummary : 0;
-    status |= (status & service_enable_) != 0 ? kMasterSummary : 0;
+    std::uint8_t status = m_errors.Empty() ? 0 : ErrorAvailable;
+    status |= (m_events & event_enable_) != 0 ? EventSummary : 0;
+    status |= (status & service_enable_) != 0 ? MasterSummary : 0;
     return status;
 }
 
@@ -151,22 +151,22 @@ Reply Instrument::Identify(const Parameters&) {
 }
 
 Reply Instrument::Reset(const Parameters&) {
-    reading_.reset();
+    m_reading.reset();
     TakeConfiguration({});
-    frequency_ = kUsualFrequency;
-    curve_length_ = initial_.curve_length;
-    trace_points_ = initial_.trace_points;
+    m_frequency = UsualFrequency;
+    curve_length_ = m_initial.curve_length;
+    trace_points_ = m_initial.trace_points;
     return {};
 }
 
 Reply Instrument::ClearStatus(const Parameters&) {
-    errors_.Clear();
-    events_ = 0;
+    m_errors.Clear();
+    m_events = 0;
     return {};
 }
 
 Reply Instrument::CompleteOperation(const Parameters&) {
-    events_ |= kOperationComplete;
+    m_events |= OperationComplete;
     return {};
 }
 
@@ -175,8 +175,8 @@ Reply Instrument::QueryCompletion(const Parameters&) {
 }
 
 Reply Instrument::QueryEvents(const Parameters&) {
-    const std::uint8_t events = events_;
-    events_ = 0;
+    const std::uint8_t events = m_events;
+    m_events = 0;
     return Count(events);
 }
 
@@ -196,7 +196,7 @@ Reply Instrument::QueryStatusByte(const Parameters&) {
 Reply Instrument::SetServiceEnable(const Parameters& parameters) {
     TakeRegister(parameters[0], service_enable_);
     // The summary of the register cannot be one of its own causes.
-    service_enable_ &= static_cast<std::uint8_t>(~kMasterSummary);
+    service_enable_ &= static_cast<std::uint8_t>(~MasterSummary);
     return {};
 }
 
@@ -214,14 +214,14 @@ Reply Instrument::Wait(const Parameters&) {
 }
 
 Reply Instrument::QueryError(const Parameters&) {
-    const ErrorCode code = errors_.Pop();
+    const ErrorCode code = m_errors.Pop();
     std::string text = std::to_string(static_cast<int>(code));
     text.append(",\"").append(ErrorText(code)).append("\"");
     return Reply::Text(std::move(text));
 }
 
 Reply Instrument::QueryErrorCount(const Parameters&) {
-    return Count(errors_.Count());
+    return Count(m_errors.Count());
 }
 
 Reply Instrument::QueryLanguageVersion(const Parameters&) {
@@ -244,23 +244,23 @@ bool Instrument::TakeConfiguration(const Parameters& parameters) {
     if (!range) {
         return false;
     }
-    const Limits resolutions{*range * 1e-7, *range * 1e-3, *range * kRelativeResolution};
+    const Limits resolutions{*range * 1e-7, *range * 1e-3, *range * RelativeResolution};
     const auto resolution = TakeNumber(parameters.size() < 2 ? "DEF" : parameters[1], resolutions);
     if (!resolution) {
         return false;
     }
-    range_ = *range;
-    resolution_ = *resolution;
-    reading_.reset();
+    m_range = *range;
+    m_resolution = *resolution;
+    m_reading.reset();
     return true;
 }
 
 Reply Instrument::QueryConfiguration(const Parameters&) {
-    return Reply::Text("\"VOLT " + FormatNumber(range_) + "," + FormatNumber(resolution_) + "\"");
+    return Reply::Text("\"VOLT " + FormatNumber(m_range) + "," + FormatNumber(m_resolution) + "\"");
 }
 
 Reply Instrument::Initiate(const Parameters&) {
-    reading_ = 1.0 + 0.001 * Noise(initial_.seed, readings_taken_++);
+    m_reading = 1.0 + 0.001 * Noise(m_initial.seed, readings_taken_++);
     return {};
 }
 
@@ -270,20 +270,20 @@ Reply Instrument::Read(const Parameters& parameters) {
 }
 
 Reply Instrument::Fetch(const Parameters&) {
-    if (!reading_) {
+    if (!m_reading) {
         Report(ErrorCode::DataCorruptOrStale);
         return {};
     }
-    return Reply::Text(FormatNumber(*reading_));
+    return Reply::Text(FormatNumber(*m_reading));
 }
 
 Reply Instrument::QueryTrace(const Parameters&) {
-    return Reply::Trace(trace_points_, initial_.seed);
+    return Reply::Trace(trace_points_, m_initial.seed);
 }
 
 Reply Instrument::SetTracePoints(const Parameters& parameters) {
-    const Limits limits{1.0, double{InstrumentSettings::kMaxTracePoints},
-                        static_cast<double>(initial_.trace_points)};
+    const Limits limits{1.0, double{InstrumentSettings::MaxTracePoints},
+                        static_cast<double>(m_initial.trace_points)};
     trace_points_ = TakeCount(parameters[0], limits).value_or(trace_points_);
     return {};
 }
@@ -297,8 +297,8 @@ Reply Instrument::QueryCurve(const Parameters&) {
 }
 
 Reply Instrument::SetCurveLength(const Parameters& parameters) {
-    const Limits limits{0.0, double{InstrumentSettings::kMaxCurveLength},
-                        static_cast<double>(initial_.curve_length)};
+    const Limits limits{0.0, double{InstrumentSettings::MaxCurveLength},
+                        static_cast<double>(m_initial.curve_length)};
     curve_length_ = TakeCount(parameters[0], limits).value_or(curve_length_);
     return {};
 }
@@ -308,12 +308,12 @@ Reply Instrument::QueryCurveLength(const Parameters&) {
 }
 
 Reply Instrument::SetFrequency(const Parameters& parameters) {
-    frequency_ = TakeNumber(parameters[0], {0.001, 1e10, kUsualFrequency}).value_or(frequency_);
+    m_frequency = TakeNumber(parameters[0], {0.001, 1e10, UsualFrequency}).value_or(m_frequency);
     return {};
 }
 
 Reply Instrument::QueryFrequency(const Parameters&) {
-    return Reply::Text(FormatNumber(frequency_, kFrequencyDecimals));
+    return Reply::Text(FormatNumber(m_frequency, FrequencyDecimals));
 }
 
 } // namespace emulator

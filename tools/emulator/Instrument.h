@@ -12,8 +12,8 @@
 namespace emulator {
 
 struct InstrumentSettings {
-    static constexpr std::size_t kMaxCurveLength = 268435456;
-    static constexpr std::size_t kMaxTracePoints = 1000000;
+    static constexpr std::size_t MaxCurveLength = 268435456;
+    static constexpr std::size_t MaxTracePoints = 1000000;
 
     std::uint64_t seed = 1;
     std::size_t curve_length = 1000;
@@ -83,16 +83,16 @@ private:
 
     bool TakeConfiguration(const Parameters& parameters);
 
-    const InstrumentSettings initial_;
-    ErrorQueue errors_;
-    std::uint8_t events_ = 0;
+    const InstrumentSettings m_initial;
+    ErrorQueue m_errors;
+    std::uint8_t m_events = 0;
     std::uint8_t event_enable_ = 0;
     std::uint8_t service_enable_ = 0;
     std::uint64_t readings_taken_ = 0;
-    std::optional<double> reading_;
-    double range_ = 0.0;
-    double resolution_ = 0.0;
-    double frequency_ = 0.0;
+    std::optional<double> m_reading;
+    double m_range = 0.0;
+    double m_resolution = 0.0;
+    double m_frequency = 0.0;
     std::size_t curve_length_ = 0;
     std::size_t trace_points_ = 0;
 };

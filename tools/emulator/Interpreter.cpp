@@ -3,34 +3,34 @@
 namespace emulator {
 
 void Interpreter::Start(std::string_view message) {
-    message_ = message;
-    path_.clear();
-    reply_ = {};
-    answered_ = false;
+    m_message = message;
+    m_path.clear();
+    m_reply = {};
+    m_answered = false;
 }
 
 void Interpreter::Run(std::string& out, std::size_t limit) {
     const std::size_t full = out.size() + limit;
     while (out.size() < full) {
-        if (!reply_.Empty()) {
-            reply_.MoveTo(out, full - out.size());
+        if (!m_reply.Empty()) {
+            m_reply.MoveTo(out, full - out.size());
         } else if (!RunNextUnit()) {
-            out.append(answered_ ? "\n" : "");
-            answered_ = false;
+            out.append(m_answered ? "\n" : "");
+            m_answered = false;
             return;
-        } else if (!reply_.Empty()) {
-            out.append(answered_ ? ";" : "");
-            answered_ = true;
+        } else if (!m_reply.Empty()) {
+            out.append(m_answered ? ";" : "");
+            m_answered = true;
         }
     }
 }
 
 bool Interpreter::RunNextUnit() {
     std::string_view unit;
-    if (!TakeUnit(message_, unit)) {
+    if (!TakeUnit(m_message, unit)) {
         return false;
     }
-    reply_ = Perform(unit);
+    m_reply = Perform(unit);
     return true;
 }
 
@@ -38,15 +38,15 @@ Reply Interpreter::Perform(std::string_view unit) {
     Command command;
     const ErrorCode outcome = ParseCommand(unit, command);
     if (outcome != ErrorCode::NoError) {
-        instrument_.Report(outcome);
+        m_instrument.Report(outcome);
         return {};
     }
     const Instrument::Operation* const operation = Resolve(command);
     if (operation == nullptr) {
-        instrument_.Report(ErrorCode::UndefinedHeader);
+        m_instrument.Report(ErrorCode::UndefinedHeader);
         return {};
     }
-    return instrument_.Perform(*operation, command.parameters);
+    return m_instrument.Perform(*operation, command.parameters);
 }
 
 // A header without a leading colon continues the path of the unit before it, as in
@@ -59,8 +59,8 @@ const Instrument::Operation* Interpreter::Resolve(const Command& command) {
     const Instrument::Operation* operation = nullptr;
     if (header.starts_with(':')) {
         header.erase(0, 1);
-    } else if (!path_.empty()) {
-        header.insert(0, path_);
+    } else if (!m_path.empty()) {
+        header.insert(0, m_path);
         operation = Instrument::Find(header, command.query);
     }
     if (operation == nullptr) {
@@ -69,7 +69,7 @@ const Instrument::Operation* Interpreter::Resolve(const Command& command) {
     }
     if (operation != nullptr) {
         header.erase(header.rfind(':') + 1);
-        path_ = header;
+        m_path = header;
     }
     return operation;
 }

@@ -14,7 +14,7 @@ namespace emulator {
 // taken away.
 class Interpreter {
 public:
-    explicit Interpreter(Instrument& instrument) : instrument_(instrument) {}
+    explicit Interpreter(Instrument& instrument) : m_instrument(instrument) {}
 
     // Drops what is left of the message before. The text must stay valid while it is run.
     void Start(std::string_view message);
@@ -27,11 +27,11 @@ private:
     Reply Perform(std::string_view unit);
     const Instrument::Operation* Resolve(const Command& command);
 
-    Instrument& instrument_;
-    std::string_view message_;
-    std::string path_;
-    Reply reply_;
-    bool answered_ = false;
+    Instrument& m_instrument;
+    std::string_view m_message;
+    std::string m_path;
+    Reply m_reply;
+    bool m_answered = false;
 };
 
 } // namespace emulator

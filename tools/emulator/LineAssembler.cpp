@@ -4,7 +4,7 @@ namespace emulator {
 
 LineAssembler::Outcome LineAssembler::Take(std::string_view& input, std::string_view& line) {
     if (partial_is_delivered_) {
-        partial_.clear();
+        m_partial.clear();
         partial_is_delivered_ = false;
     }
     while (!input.empty()) {
@@ -12,23 +12,23 @@ LineAssembler::Outcome LineAssembler::Take(std::string_view& input, std::string_
         const std::string_view part = input.substr(0, end);
         input.remove_prefix(end == std::string_view::npos ? input.size() : end + 1);
         if (end == std::string_view::npos) {
-            return skipping_ ? Outcome::NeedMore : KeepPartialLine(part);
+            return m_skipping ? Outcome::NeedMore : KeepPartialLine(part);
         }
-        if (!skipping_) {
+        if (!m_skipping) {
             return FinishLine(part, line);
         }
-        skipping_ = false;
+        m_skipping = false;
     }
     return Outcome::NeedMore;
 }
 
 LineAssembler::Outcome LineAssembler::KeepPartialLine(std::string_view part) {
     if (part.size() <= max_length_ + 1) {
-        partial_.append(part);
+        m_partial.append(part);
     }
-    if (part.size() > max_length_ + 1 || TooLong(partial_)) {
-        partial_.clear();
-        skipping_ = true;
+    if (part.size() > max_length_ + 1 || TooLong(m_partial)) {
+        m_partial.clear();
+        m_skipping = true;
         return Outcome::Overrun;
     }
     return Outcome::NeedMore;
@@ -36,10 +36,10 @@ LineAssembler::Outcome LineAssembler::KeepPartialLine(std::string_view part) {
 
 LineAssembler::Outcome LineAssembler::FinishLine(std::string_view part, std::string_view& line) {
     line = part;
-    if (!partial_.empty()) {
-        partial_.append(part);
+    if (!m_partial.empty()) {
+        m_partial.append(part);
         partial_is_delivered_ = true;
-        line = partial_;
+        line = m_partial;
     }
     if (TooLong(line)) {
         return Outcome::Overrun;

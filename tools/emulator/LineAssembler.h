@@ -9,7 +9,7 @@ namespace emulator {
 // Turns a byte stream, however it is split, into lines that end with "\n" or "\r\n".
 class LineAssembler {
 public:
-    static constexpr std::size_t kMaxLength = std::size_t{1} << 20U;
+    static constexpr std::size_t MaxLength = std::size_t{1} << 20U;
 
     enum class Outcome {
         NeedMore, // the input is used up
@@ -17,7 +17,7 @@ public:
         Overrun,  // a line is too long; what is left of it will be skipped
     };
 
-    explicit LineAssembler(std::size_t max_length = kMaxLength) : max_length_(max_length) {}
+    explicit LineAssembler(std::size_t max_length = MaxLength) : max_length_(max_length) {}
 
     // Consumes input up to and including the next line end. The line stays valid until the next
     // call and as long as the bytes behind input do.
@@ -29,9 +29,9 @@ private:
     bool TooLong(std::string_view line) const;
 
     std::size_t max_length_;
-    std::string partial_;
+    std::string m_partial;
     bool partial_is_delivered_ = false;
-    bool skipping_ = false;
+    bool m_skipping = false;
 };
 
 } // namespace emulator

@@ -9,14 +9,14 @@ namespace emulator {
 
 namespace {
 
-constexpr int kUsageError = 2;
+constexpr int UsageError = 2;
 
 void AddMilliseconds(CLI::App& app, const std::string& name, std::chrono::milliseconds& target,
                      const std::string& description) {
-    constexpr int kLongest = 24 * 60 * 60 * 1000;
+    constexpr int Longest = 24 * 60 * 60 * 1000;
     const auto assign = [&target](int count) { target = std::chrono::milliseconds(count); };
     app.add_option_function<int>(name, assign, description)
-        ->check(CLI::Range(0, kLongest))
+        ->check(CLI::Range(0, Longest))
         ->type_name("MS");
 }
 
@@ -45,7 +45,7 @@ void AddOptions(CLI::App& app, Options& options) {
     AddMilliseconds(app, "--idle-drop", options.pacing.idle_drop,
                     "Close a connection that was silent for so long");
     app.add_option("--chunk", options.pacing.chunk, "Write responses in pieces of so many bytes")
-        ->check(CLI::Range(std::size_t{0}, InstrumentSettings::kMaxCurveLength))
+        ->check(CLI::Range(std::size_t{0}, InstrumentSettings::MaxCurveLength))
         ->type_name("BYTES");
     AddMilliseconds(app, "--chunk-interval", options.pacing.chunk_interval,
                     "Wait so long between two pieces (10 unless given)");
@@ -54,9 +54,9 @@ void AddOptions(CLI::App& app, Options& options) {
         ->type_name("N")
         ->capture_default_str();
     AddNumber(app, "--curve-length", options.instrument.curve_length, 0,
-              InstrumentSettings::kMaxCurveLength, "Bytes of a curve");
+              InstrumentSettings::MaxCurveLength, "Bytes of a curve");
     AddNumber(app, "--trace-points", options.instrument.trace_points, 1,
-              InstrumentSettings::kMaxTracePoints, "Values of a trace");
+              InstrumentSettings::MaxTracePoints, "Values of a trace");
     app.add_flag("--quiet", options.quiet, "Do not print the address");
 }
 
@@ -73,7 +73,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit
         exit_code = app.exit(request, std::cout, std::cerr);
     } catch (const CLI::ParseError& error) {
         std::cerr << "uxvisa-emulator: " << error.what() << '\n';
-        exit_code = kUsageError;
+        exit_code = UsageError;
     }
     return std::nullopt;
 }

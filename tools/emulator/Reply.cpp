@@ -13,15 +13,15 @@ namespace emulator {
 
 namespace {
 
-constexpr std::size_t kPeriod = 256;
-constexpr std::size_t kRun = 64 * kPeriod;
-constexpr std::size_t kTracePiece = 64;
+constexpr std::size_t Period = 256;
+constexpr std::size_t Run = 64 * Period;
+constexpr std::size_t TracePiece = 64;
 
 // A period longer than a run, so that a run can be copied from any phase.
-constexpr auto kPattern = [] {
-    std::array<char, kRun + kPeriod> bytes{};
+constexpr auto Pattern = [] {
+    std::array<char, Run + Period> bytes{};
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        bytes[i] = static_cast<char>(static_cast<unsigned char>(i % kPeriod));
+        bytes[i] = static_cast<char>(static_cast<unsigned char>(i % Period));
     }
     return bytes;
 }();
@@ -35,23 +35,23 @@ double TraceValue(std::size_t index, std::size_t points, std::uint64_t seed) {
 
 Reply Reply::Text(std::string text) {
     Reply reply;
-    reply.text_ = std::move(text);
+    reply.m_text = std::move(text);
     return reply;
 }
 
 Reply Reply::Block(std::size_t length) {
     const std::string count = std::to_string(length);
     Reply reply = Text(std::string("#").append(std::to_string(count.size())).append(count));
-    reply.body_ = Body::Block;
-    reply.end_ = length;
+    reply.m_body = Body::Block;
+    reply.m_end = length;
     return reply;
 }
 
 Reply Reply::Trace(std::size_t points, std::uint64_t seed) {
     Reply reply;
-    reply.body_ = Body::Trace;
-    reply.end_ = points;
-    reply.seed_ = seed;
+    reply.m_body = Body::Trace;
+    reply.m_end = points;
+    reply.m_seed = seed;
     return reply;
 }
 
@@ -59,9 +59,9 @@ void Reply::MoveTo(std::string& out, std::size_t limit) {
     const std::size_t full = out.size() + limit;
     while (out.size() < full && !Empty()) {
         const std::size_t room = full - out.size();
-        if (text_at_ < text_.size()) {
+        if (text_at_ < m_text.size()) {
             MoveText(out, room);
-        } else if (body_ == Body::Block) {
+        } else if (m_body == Body::Block) {
             MoveBlock(out, room);
         } else {
             MakeTraceText();
@@ -70,23 +70,23 @@ void Reply::MoveTo(std::string& out, std::size_t limit) {
 }
 
 void Reply::MoveText(std::string& out, std::size_t limit) {
-    const std::size_t count = std::min(limit, text_.size() - text_at_);
-    out.append(text_, text_at_, count);
+    const std::size_t count = std::min(limit, m_text.size() - text_at_);
+    out.append(m_text, text_at_, count);
     text_at_ += count;
 }
 
 void Reply::MoveBlock(std::string& out, std::size_t limit) {
-    const std::size_t count = std::min({limit, end_ - next_, kRun});
-    out.append(kPattern.data() + next_ % kPeriod, count);
-    next_ += count;
+    const std::size_t count = std::min({limit, m_end - m_next, Run});
+    out.append(Pattern.data() + m_next % Period, count);
+    m_next += count;
 }
 
 void Reply::MakeTraceText() {
-    text_.clear();
+    m_text.clear();
     text_at_ = 0;
-    for (const std::size_t stop = std::min(end_, next_ + kTracePiece); next_ < stop; ++next_) {
-        text_ += next_ == 0 ? "" : ",";
-        text_ += FormatNumber(TraceValue(next_, end_, seed_));
+    for (const std::size_t stop = std::min(m_end, m_next + TracePiece); m_next < stop; ++m_next) {
+        m_text += m_next == 0 ? "" : ",";
+        m_text += FormatNumber(TraceValue(m_next, m_end, m_seed));
     }
 }
 

@@ -16,7 +16,7 @@ public:
     static Reply Trace(std::size_t points, std::uint64_t seed);
 
     // True when nothing is left to move.
-    bool Empty() const { return text_at_ == text_.size() && next_ == end_; }
+    bool Empty() const { return text_at_ == m_text.size() && m_next == m_end; }
 
     // Appends at most limit bytes to out; fewer only when the answer ends.
     void MoveTo(std::string& out, std::size_t limit);
@@ -28,12 +28,12 @@ private:
     void MoveBlock(std::string& out, std::size_t limit);
     void MakeTraceText();
 
-    std::string text_;
+    std::string m_text;
     std::size_t text_at_ = 0;
-    Body body_ = Body::None;
-    std::size_t next_ = 0;
-    std::size_t end_ = 0;
-    std::uint64_t seed_ = 0;
+    Body m_body = Body::None;
+    std::size_t m_next = 0;
+    std::size_t m_end = 0;
+    std::uint64_t m_seed = 0;
 };
 
 } // namespace emulator

@@ -10,18 +10,18 @@
 namespace emulator {
 
 Server::Server(asio::io_context& context, Instrument& instrument, const Pacing& pacing)
-    : acceptor_(context), retry_(context), instrument_(instrument), pacing_(pacing) {}
+    : m_acceptor(context), m_retry(context), m_instrument(instrument), m_pacing(pacing) {}
 
 void Server::Listen(const Protocol::endpoint& endpoint) {
-    acceptor_.open(endpoint.protocol());
-    acceptor_.set_option(asio::socket_base::reuse_address(true));
-    acceptor_.bind(endpoint);
-    acceptor_.listen();
+    m_acceptor.open(endpoint.protocol());
+    m_acceptor.set_option(asio::socket_base::reuse_address(true));
+    m_acceptor.bind(endpoint);
+    m_acceptor.listen();
     Accept();
 }
 
 void Server::Accept() {
-    acceptor_.async_accept([this](std::error_code error, Protocol::socket socket) {
+    m_acceptor.async_accept([this](std::error_code error, Protocol::socket socket) {
         if (error != asio::error::operation_aborted) {
             OnAccept(error, std::move(socket));
         }
@@ -35,7 +35,7 @@ void Server::OnAccept(std::error_code error, Protocol::socket socket) {
     }
     // Fails where there is nothing to switch off.
     socket.set_option(asio::ip::tcp::no_delay(true), error);
-    std::make_shared<Connection<Protocol::socket>>(std::move(socket), instrument_, pacing_)
+    std::make_shared<Connection<Protocol::socket>>(std::move(socket), m_instrument, m_pacing)
         ->Start();
     Accept();
 }
@@ -43,8 +43,8 @@ void Server::OnAccept(std::error_code error, Protocol::socket socket) {
 // The usual reason is that descriptors ran out; the client stays in the queue of the kernel, and
 // trying again at once would keep the processor busy.
 void Server::AcceptLater() {
-    retry_.expires_after(std::chrono::milliseconds(50));
-    retry_.async_wait([this](std::error_code error) {
+    m_retry.expires_after(std::chrono::milliseconds(50));
+    m_retry.async_wait([this](std::error_code error) {
         if (!error) {
             Accept();
         }

@@ -20,17 +20,17 @@ public:
     // Throws std::system_error.
     void Listen(const Protocol::endpoint& endpoint);
 
-    Protocol::endpoint LocalEndpoint() const { return acceptor_.local_endpoint(); }
+    Protocol::endpoint LocalEndpoint() const { return m_acceptor.local_endpoint(); }
 
 private:
     void Accept();
     void OnAccept(std::error_code error, Protocol::socket socket);
     void AcceptLater();
 
-    asio::basic_socket_acceptor<Protocol> acceptor_;
-    asio::steady_timer retry_;
-    Instrument& instrument_;
-    const Pacing pacing_;
+    asio::basic_socket_acceptor<Protocol> m_acceptor;
+    asio::steady_timer m_retry;
+    Instrument& m_instrument;
+    const Pacing m_pacing;
 };
 
 asio::ip::tcp::endpoint TcpEndpoint(const Server::Protocol::endpoint& endpoint);
