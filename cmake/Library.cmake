@@ -17,6 +17,7 @@ endfunction()
 uxvisa_object_library(uxvisa_system_calls transports/SystemCalls.cpp)
 
 uxvisa_object_library(uxvisa_objects
+  api/DynamicVisa.cpp
   api/LogMessageVisa.cpp
   api/StatusTexts.cpp
   api/UxVISA.cpp
@@ -28,9 +29,14 @@ uxvisa_object_library(uxvisa_objects
   core/FormattedOutput.cpp
   core/resourcemanager.cpp
   transports/BcastUDP.cpp
+  transports/EmulatorRecord.cpp
   transports/LogMessage.cpp
+  transports/RpcRecord.cpp
   transports/SessionClasses.cpp
+  transports/SessionExt.cpp
   transports/SessionTCPIP.cpp
+  transports/SessionUSOCK.cpp
+  transports/SessionVXI11.cpp
   transports/StreamSocket.cpp)
 
 add_library(UxVisa SHARED

@@ -4,33 +4,75 @@
 #include <iterator>
 #include <string_view>
 
+#include "transports/SessionExt.h"
 #include "transports/SessionTCPIP.h"
+#include "transports/SessionUSOCK.h"
+#include "transports/SessionVXI11.h"
 #include "uxvisa/visatype.h"
 
 namespace uxvisa {
 
 namespace {
 
-// Words that name a session class of their own, whatever the interface.
-constexpr std::string_view OwnClasses[] = {"BRIX", "ECAL", "TRM", "QUILL", "VNA",   "SA",
-                                           "NFA",  "GEN",  "NFM", "GNM",   "SAPROC"};
+// A class word that a driver library serves, whatever the interface.
+struct DriverWord {
+    std::string_view word;
+    const char* library;
+    bool mustExist; // tested without a word; a library not tested complains on standard error
+};
 
-bool HasOwnClass(const std::string& classWord) {
-    return std::find(std::begin(OwnClasses), std::end(OwnClasses), classWord) !=
-           std::end(OwnClasses);
+// The four with an empty name are reserved on purpose: the test passes, since the loader takes the
+// empty name for the running program, and the session then answers that it has no library. The
+// ".dll" names go to the loader as they stand; installations put files of these names on its path.
+constexpr DriverWord DriverWords[] = {
+    {"ECAL", "ecalbridge.dll", false},
+    {"TRM", "trmbridge.dll", false},
+    {"QUILL", "quillbridge.dll", false},
+    {"VNA", "", true},
+    {"SA", "", true},
+    {"NFA", "", true},
+    {"GEN", "", true},
+    {"NFM", "libbridge_nfm.so", true},
+    {"GNM", "libbridge_gnm.so", true},
+    {"SAPROC", "libbridge_saproc.so", false},
+};
+
+template <typename Session, typename... Argument>
+SessionChoice Chosen(Argument... arguments) {
+    return {VI_SUCCESS, std::make_unique<Session>(arguments...)};
+}
+
+SessionChoice NotFound() {
+    return {VI_ERROR_RSRC_NFOUND, nullptr};
+}
+
+SessionChoice MakeDriverSession(const DriverWord& driver) {
+    if (driver.mustExist && !IsLibExists(driver.library)) {
+        return {VI_ERROR_LIBRARY_NFOUND, nullptr};
+    }
+    return Chosen<CSessionExt>(driver.library);
 }
 
 } // namespace
 
 // The word decides before the interface does.
 SessionChoice MakeSession(const std::string& classWord, unsigned short interfaceType, ISession*) {
-    if (HasOwnClass(classWord) || classWord == "INSTR") {
-        return {VI_ERROR_RSRC_NFOUND, nullptr};
+    const auto driver = std::find_if(std::begin(DriverWords), std::end(DriverWords),
+                                     [&](const DriverWord& row) { return row.word == classWord; });
+    if (driver != std::end(DriverWords)) {
+        return MakeDriverSession(*driver);
     }
-    if (interfaceType == VI_INTF_TCPIP) {
-        return {VI_SUCCESS, std::make_unique<CSessionTCPIP>()};
+    if (classWord == "BRIX") {
+        return NotFound();
     }
-    return {VI_ERROR_RSRC_NFOUND, nullptr};
+    switch (interfaceType) {
+    case VI_INTF_TCPIP:
+        return classWord == "INSTR" ? Chosen<CSessionVXI11>() : Chosen<CSessionTCPIP>();
+    case VI_INTF_USOCK:
+        return Chosen<CSessionUSOCK>();
+    default:
+        return NotFound();
+    }
 }
 
 } // namespace uxvisa

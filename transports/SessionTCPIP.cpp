@@ -14,6 +14,7 @@
 
 #include "core/CommonLib.h"
 #include "core/Guard.h"
+#include "transports/EmulatorRecord.h"
 #include "transports/LogMessage.h"
 #include "transports/StreamSocket.h"
 #include "transports/SystemCalls.h"
@@ -30,7 +31,6 @@ constexpr int ReconnectWaitMs = 200;
 constexpr long ReconnectPauseUs = 500000;
 // Stands among the socket errors for a connect that timed out.
 constexpr int ConnectTimedOut = 100;
-constexpr char DiscoveryRequest[] = "UxVISA Discovery";
 
 int OpenSocket() {
     const int fd = uxvisa::sys::Socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
@@ -98,21 +98,6 @@ bool Resolve(const std::string& host, in_addr& address) {
         }
         std::memcpy(&address, found->h_addr_list[0], sizeof address);
         return true;
-    }
-}
-
-template <typename Value>
-long Answer(void* destination, Value value) {
-    if (destination == nullptr) {
-        return VI_ERROR_NSUP_ATTR_STATE;
-    }
-    std::memcpy(destination, &value, sizeof value);
-    return VI_SUCCESS;
-}
-
-void StoreCount(unsigned long* target, unsigned long count) {
-    if (target != nullptr) {
-        *target = count;
     }
 }
 
@@ -289,41 +274,26 @@ long CSessionTCPIP::Clear() {
 }
 
 long CSessionTCPIP::Read(unsigned char* buffer, unsigned long count, unsigned long* readCount) {
-    return uxvisa::Guarded([&]() -> long {
-        StoreCount(readCount, 0);
-        if (!GetConnected()) {
-            const long status = Reconnect();
-            if (status != VI_SUCCESS) {
-                return status;
-            }
-        }
-        const uxvisa::StreamResult result =
-            uxvisa::ReadStream(m_socket, buffer, count, m_termchar_enabled, m_read_timeout);
-        if (result.status == VI_ERROR_CONN_LOST) {
-            CloseConnection();
-        }
-        StoreCount(readCount, result.count);
-        return result.status;
-    });
+    return uxvisa::TransferOverStream(
+        readCount, uxvisa::CountAfterTimeout::Told,
+        [&] { return GetConnected() ? VI_SUCCESS : Reconnect(); },
+        [&] {
+            return uxvisa::ReadStream(
+                m_socket, buffer, count,
+                {uxvisa::StreamKind::Tcp, m_termchar_enabled, m_read_timeout});
+        },
+        [&] { CloseConnection(); });
 }
 
+// A write that timed out reports 0 bytes, on purpose: programs send the whole again.
 long CSessionTCPIP::Write(unsigned char* buffer, unsigned long count, unsigned long* writtenCount) {
-    return uxvisa::Guarded([&]() -> long {
-        StoreCount(writtenCount, 0);
-        if (!GetConnected() && Reconnect() != VI_SUCCESS) {
-            return VI_ERROR_CONN_LOST;
-        }
-        const uxvisa::StreamResult result =
-            uxvisa::WriteStream(m_socket, buffer, count, m_write_timeout);
-        if (result.status == VI_ERROR_CONN_LOST) {
-            CloseConnection();
-        }
-        // A write that timed out reports 0 bytes, on purpose: programs send the whole again.
-        if (result.status != VI_ERROR_TMO) {
-            StoreCount(writtenCount, result.count);
-        }
-        return result.status;
-    });
+    return uxvisa::TransferOverStream(
+        writtenCount, uxvisa::CountAfterTimeout::Withheld,
+        [&] {
+            return GetConnected() || Reconnect() == VI_SUCCESS ? VI_SUCCESS : VI_ERROR_CONN_LOST;
+        },
+        [&] { return uxvisa::WriteStream(m_socket, buffer, count, m_write_timeout); },
+        [&] { CloseConnection(); });
 }
 
 long CSessionTCPIP::CloseConnection() {
@@ -346,32 +316,13 @@ long CSessionTCPIP::CloseSocket() {
 }
 
 long CSessionTCPIP::SetAttribute(unsigned long attribute, unsigned long value) {
-    switch (attribute) {
-    case VI_ATTR_TMO_VALUE:
-        m_read_timeout = static_cast<std::uint32_t>(value);
-        m_write_timeout = static_cast<std::uint32_t>(value);
-        return VI_SUCCESS;
-    case VI_ATTR_TERMCHAR_EN:
-        m_termchar_enabled = value != 0;
-        return VI_SUCCESS;
-    default:
-        return VI_ERROR_NSUP_ATTR;
-    }
+    return uxvisa::StreamAttributes{m_read_timeout, m_write_timeout, m_termchar_enabled}.Set(
+        attribute, value);
 }
 
 long CSessionTCPIP::GetAttribute(unsigned long attribute, void* value) {
-    switch (attribute) {
-    case VI_ATTR_TMO_VALUE:
-        return Answer<ViUInt32>(value, m_read_timeout);
-    case VI_ATTR_TERMCHAR_EN:
-        return Answer<std::uint32_t>(value, m_termchar_enabled ? 1 : 0);
-    case VI_ATTR_INTF_TYPE:
-        // The serial type, on purpose: programs that treat a socket like a serial line, with a
-        // termination character and no END, take this branch.
-        return Answer<ViUInt16>(value, VI_INTF_ASRL);
-    default:
-        return VI_ERROR_NSUP_ATTR;
-    }
+    return uxvisa::StreamAttributes{m_read_timeout, m_write_timeout, m_termchar_enabled}.Get(
+        attribute, value);
 }
 
 // No search goes out yet, so no reply comes in.
@@ -380,8 +331,5 @@ std::string CSessionTCPIP::ParseResponse(const char*, int, int, const char*) {
 }
 
 int CSessionTCPIP::FillRequest(char* buffer, int size) {
-    if (size >= static_cast<int>(sizeof DiscoveryRequest)) {
-        std::memcpy(buffer, DiscoveryRequest, sizeof DiscoveryRequest);
-    }
-    return sizeof DiscoveryRequest - 1;
+    return uxvisa::FillDiscoveryRequest(buffer, size);
 }

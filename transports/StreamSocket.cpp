@@ -42,6 +42,8 @@ unsigned long Remaining(unsigned long elapsed, unsigned long deadline, unsigned 
 // window that grows while no line feed is in sight, and exactly the line's bytes are then taken.
 class LineReceiver {
 public:
+    explicit LineReceiver(bool discards) : m_discards(discards) {}
+
     ssize_t Receive(int fd, unsigned char* buffer, std::size_t room) {
         unsigned char seen[LargestWindow];
         const ssize_t found = sys::Receive(fd, seen, std::min(room, m_window), MSG_PEEK);
@@ -50,22 +52,35 @@ public:
         }
         const auto size = static_cast<std::size_t>(found);
         const void* feed = std::memchr(seen, '\n', size);
-        if (feed == nullptr) {
-            m_window = std::min(m_window * 2, LargestWindow);
-            return sys::Receive(fd, buffer, size, 0);
+        if (feed != nullptr) {
+            const auto line = static_cast<const unsigned char*>(feed) - seen + 1;
+            return Take(fd, seen, buffer, static_cast<std::size_t>(line));
         }
-        const auto line = static_cast<const unsigned char*>(feed) - seen + 1;
-        return sys::Receive(fd, buffer, static_cast<std::size_t>(line), 0);
+        m_window = std::min(m_window * 2, LargestWindow);
+        return Take(fd, seen, buffer, size);
     }
 
 private:
+    // TCP drops what was seen without a second copy out of the kernel.
+    ssize_t Take(int fd, const unsigned char* seen, unsigned char* buffer, std::size_t size) const {
+        if (!m_discards || size < FirstWindow) {
+            return sys::Receive(fd, buffer, size, 0);
+        }
+        const ssize_t taken = sys::Receive(fd, nullptr, size, MSG_TRUNC);
+        if (taken > 0) {
+            std::memcpy(buffer, seen, static_cast<std::size_t>(taken));
+        }
+        return taken;
+    }
+
+    bool m_discards;
     std::size_t m_window = FirstWindow;
 };
 
 class Reader {
 public:
-    Reader(int fd, bool toLineFeed, std::uint32_t timeoutMs)
-        : m_fd(fd), m_toLineFeed(toLineFeed), m_timeoutMs(timeoutMs) {}
+    Reader(int fd, const StreamReading& how)
+        : m_fd(fd), m_how(how), m_line(how.kind == StreamKind::Tcp) {}
 
     StreamResult Read(unsigned char* buffer, unsigned long count) {
         unsigned long received = 0;
@@ -74,12 +89,15 @@ public:
             if (chunk < 0 && errno != EAGAIN) {
                 return {VI_ERROR_CONN_LOST, received};
             }
+            if (chunk >= 0 && m_how.pauseUs > 0) {
+                sys::Pause(m_how.pauseUs);
+            }
             received += static_cast<unsigned long>(std::max<ssize_t>(chunk, 0));
-            if (m_toLineFeed && chunk > 0 && buffer[received - 1] == '\n') {
+            if (m_how.toLineFeed && chunk > 0 && buffer[received - 1] == '\n') {
                 return {VI_SUCCESS_TERM_CHAR, received};
             }
             const unsigned long elapsed = m_clock.Elapsed();
-            if (elapsed > m_timeoutMs && !FilledAtOnce(chunk, count)) {
+            if (elapsed > m_how.timeoutMs && !FilledAtOnce(chunk, count)) {
                 return {VI_ERROR_TMO, received};
             }
             if (chunk <= 0) {
@@ -91,19 +109,19 @@ public:
 
 private:
     ssize_t Receive(unsigned char* buffer, unsigned long room) {
-        return m_toLineFeed ? m_line.Receive(m_fd, buffer, room)
-                            : sys::Receive(m_fd, buffer, room, 0);
+        return m_how.toLineFeed ? m_line.Receive(m_fd, buffer, room)
+                                : sys::Receive(m_fd, buffer, room, 0);
     }
 
     // Only a buffer filled by one receive escapes the time-out; up to a line feed each byte counts
     // as a receive of its own.
     bool FilledAtOnce(ssize_t chunk, unsigned long count) const {
         const bool whole = chunk > 0 && static_cast<unsigned long>(chunk) == count;
-        return whole && (!m_toLineFeed || count == 1);
+        return whole && (!m_how.toLineFeed || count == 1);
     }
 
     void AwaitData(ssize_t chunk, unsigned long elapsed) {
-        const unsigned long deadline = static_cast<unsigned long>(m_timeoutMs) + 1;
+        const unsigned long deadline = static_cast<unsigned long>(m_how.timeoutMs) + 1;
         if (chunk == 0) {
             sys::Pause(static_cast<long>(Remaining(elapsed, deadline, ClosedPeerSleepMs)) * 1000);
             return;
@@ -112,17 +130,45 @@ private:
     }
 
     int m_fd;
-    bool m_toLineFeed;
-    std::uint32_t m_timeoutMs;
+    StreamReading m_how;
     TransferClock m_clock;
     LineReceiver m_line;
 };
 
 } // namespace
 
-StreamResult ReadStream(int fd, unsigned char* buffer, unsigned long count, bool toLineFeed,
-                        std::uint32_t timeoutMs) {
-    return Reader(fd, toLineFeed, timeoutMs).Read(buffer, count);
+StreamResult ReadStream(int fd, unsigned char* buffer, unsigned long count,
+                        const StreamReading& how) {
+    return Reader(fd, how).Read(buffer, count);
+}
+
+long StreamAttributes::Set(unsigned long attribute, unsigned long value) const {
+    switch (attribute) {
+    case VI_ATTR_TMO_VALUE:
+        readTimeoutMs = static_cast<std::uint32_t>(value);
+        writeTimeoutMs = static_cast<std::uint32_t>(value);
+        return VI_SUCCESS;
+    case VI_ATTR_TERMCHAR_EN:
+        toLineFeed = value != 0;
+        return VI_SUCCESS;
+    default:
+        return VI_ERROR_NSUP_ATTR;
+    }
+}
+
+long StreamAttributes::Get(unsigned long attribute, void* value) const {
+    switch (attribute) {
+    case VI_ATTR_TMO_VALUE:
+        return StoreAttribute<ViUInt32>(value, readTimeoutMs);
+    case VI_ATTR_TERMCHAR_EN:
+        return StoreAttribute<std::uint32_t>(value, toLineFeed ? 1 : 0);
+    case VI_ATTR_INTF_TYPE:
+        // The serial type, on purpose: programs that treat a socket like a serial line, with a
+        // termination character and no END, take this branch.
+        return StoreAttribute<ViUInt16>(value, VI_INTF_ASRL);
+    default:
+        return VI_ERROR_NSUP_ATTR;
+    }
 }
 
 // The counter has 32 bits on purpose: a count of 4 GiB or more is never reached and runs into the

@@ -9,6 +9,20 @@
 
 namespace uxvisa::sys {
 
+namespace {
+
+// A signal is no reason to report a lost connection; only blocking sockets ever see one here.
+template <typename Call>
+ssize_t Restarted(Call&& call) {
+    ssize_t result = 0;
+    do {
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+} // namespace
+
 int Socket(int domain, int type, int protocol) {
     return ::socket(domain, type | SOCK_CLOEXEC, protocol);
 }
@@ -18,11 +32,11 @@ int Connect(int fd, const sockaddr* address, socklen_t length) {
 }
 
 ssize_t Send(int fd, const void* data, std::size_t size) {
-    return ::send(fd, data, size, MSG_NOSIGNAL);
+    return Restarted([&] { return ::send(fd, data, size, MSG_NOSIGNAL); });
 }
 
 ssize_t Receive(int fd, void* data, std::size_t size, int flags) {
-    return ::recv(fd, data, size, flags);
+    return Restarted([&] { return ::recv(fd, data, size, flags); });
 }
 
 int SetOption(int fd, int level, int name, int value) {
@@ -31,9 +45,13 @@ int SetOption(int fd, int level, int name, int value) {
 
 int PendingError(int fd) {
     int error = 0;
-    socklen_t size = sizeof error;
-    ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
+    TakePendingError(fd, error);
     return error;
+}
+
+bool TakePendingError(int fd, int& error) {
+    socklen_t size = sizeof error;
+    return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0;
 }
 
 int SetNonBlocking(int fd) {

@@ -12,12 +12,14 @@ namespace uxvisa::sys {
 // Close-on-exec is always added.
 int Socket(int domain, int type, int protocol);
 int Connect(int fd, const sockaddr* address, socklen_t length);
-// Never raises SIGPIPE.
+// Never raises SIGPIPE; starts again after a signal, as Receive does.
 ssize_t Send(int fd, const void* data, std::size_t size);
 ssize_t Receive(int fd, void* data, std::size_t size, int flags);
 int SetOption(int fd, int level, int name, int value);
 // The value of SO_ERROR; 0 when it cannot be had.
 int PendingError(int fd);
+// The same, but false and `error` as it was when it cannot be had.
+bool TakePendingError(int fd, int& error);
 int SetNonBlocking(int fd);
 int ShutdownSending(int fd);
 int Close(int fd);

@@ -8,9 +8,12 @@
  *
  * What works today
  * ----------------
- *   - viOpen() opens TCP socket resources, "TCPIP::host::port::SOCKET". Other interfaces (GPIB,
- *     USB, serial, local sockets), the class word INSTR and the words of driver libraries answer
- *     VI_ERROR_RSRC_NFOUND; a TCPIP resource with any other word answers VI_ERROR_INV_RSRC_NAME.
+ *   - viOpen() opens TCP socket resources, "TCPIP::host::port::SOCKET", and Unix-domain sockets,
+ *     "USOCK::path::SOCKET". Resources that end in ECAL, TRM, QUILL, NFM, GNM or SAPROC are served
+ *     by driver libraries of their own, and "TCPIP::host::INSTR" (VXI-11) by the driver library
+ *     that the program binds; without the library all of these answer VI_ERROR_LIBRARY_NFOUND.
+ *     Other interfaces (GPIB, USB, serial) answer VI_ERROR_RSRC_NFOUND; a TCPIP resource with any
+ *     other word answers VI_ERROR_INV_RSRC_NAME.
  *   - viFindRsrc() finds nothing: every search answers VI_ERROR_RSRC_NFOUND with a count of 0, so
  *     there are no search lists for viFindNext() either.
  *

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <utility>
 
 #include "tests/support/MockSession.h"
 #include "uxvisa/visatype.h"
@@ -183,16 +184,37 @@ TEST(ResourceManagerOpen, GpibAndUsbHaveNoSession) {
     EXPECT_EQ(OpenStatus("USB0::1::2::SN::RAW"), VI_ERROR_RSRC_NFOUND);
 }
 
-TEST(ResourceManagerOpen, ClassWordsWithoutASessionAreNotFoundWhateverTheInterface) {
-    for (const char* word : {"BRIX", "ecal", "TRM", "QUILL", "VNA", "SA", "NFA", "GEN", "NFM",
-                             "GNM", "SAPROC", "INSTR"}) {
-        EXPECT_EQ(OpenStatus((std::string("TCPIP0::127.0.0.1::5025::") + word).c_str()),
-                  VI_ERROR_RSRC_NFOUND)
-            << word;
+TEST(ResourceManagerOpen, TheClassWordDecidesBeforeTheInterfaceOnPurpose) {
+    for (const char* interface : {"TCPIP0::127.0.0.1::5025", "GPIB0::22", "USB0::1::2", "ttyS0"}) {
+        for (const char* word : {"VNA", "sa", "NFA", "GEN", "NFM", "GNM"}) {
+            testing::internal::CaptureStderr();
+            EXPECT_EQ(OpenStatus((std::string(interface) + "::" + word).c_str()),
+                      VI_ERROR_LIBRARY_NFOUND)
+                << word;
+            EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << word;
+        }
+        for (const auto& [word, library] :
+             {std::pair("ECAL", "ecalbridge.dll"), std::pair("trm", "trmbridge.dll"),
+              std::pair("QUILL", "quillbridge.dll"), std::pair("SAPROC", "libbridge_saproc.so")}) {
+            testing::internal::CaptureStderr();
+            EXPECT_EQ(OpenStatus((std::string(interface) + "::" + word).c_str()),
+                      VI_ERROR_LIBRARY_NFOUND)
+                << word;
+            EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                      std::string(library) + ": cannot open shared object file: No such file or "
+                                             "directory\n");
+        }
     }
-    EXPECT_EQ(OpenStatus("GPIB0::22::ECAL"), VI_ERROR_RSRC_NFOUND);
+}
+
+TEST(ResourceManagerOpen, Vxi11NeedsADriverThatNobodyHereLoads) {
+    EXPECT_EQ(OpenStatus("TCPIP0::127.0.0.1::inst0::INSTR"), VI_ERROR_LIBRARY_NFOUND);
+    EXPECT_EQ(OpenStatus("TCPIP0::127.0.0.1::hislip0::INSTR"), VI_ERROR_LIBRARY_NFOUND);
+}
+
+TEST(ResourceManagerOpen, WhatHasNoSessionYetIsNotFound) {
+    EXPECT_EQ(OpenStatus("TCPIP0::127.0.0.1::5025::BRIX"), VI_ERROR_RSRC_NFOUND);
     EXPECT_EQ(OpenStatus("ttyS0::INSTR"), VI_ERROR_RSRC_NFOUND);
-    EXPECT_EQ(OpenStatus("USOCK::/tmp/x::SOCKET"), VI_ERROR_RSRC_NFOUND);
 }
 
 TEST(ResourceManagerOpen, ReturnsTheStatusOfAFailedConnection) {

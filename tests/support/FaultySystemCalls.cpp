@@ -134,8 +134,9 @@ FaultySystemCalls::~FaultySystemCalls() {
     FaultySeam::current = nullptr;
 }
 
-void FaultySystemCalls::PretendSockets() {
+void FaultySystemCalls::PretendSockets(int first) {
     m_pretending = true;
+    m_nextSocket = first;
     for (const Call call : {Call::Socket, Call::SetOption, Call::SetNonBlocking,
                             Call::ShutdownSending, Call::Close, Call::PendingError}) {
         Always(call, 0);
@@ -292,6 +293,11 @@ int PendingError(int fd) {
         ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
         return error;
     }));
+}
+
+bool TakePendingError(int fd, int& error) {
+    error = PendingError(fd);
+    return true;
 }
 
 int SetNonBlocking(int fd) {

@@ -56,9 +56,9 @@ public:
     FaultySystemCalls(const FaultySystemCalls&) = delete;
     FaultySystemCalls& operator=(const FaultySystemCalls&) = delete;
 
-    // Every call is answered here: sockets 1000, 1001 … connect after a moment, send everything and
-    // stay silent.
-    void PretendSockets();
+    // Every call is answered here: sockets, numbered from `first` on, connect after a moment, send
+    // everything and stay silent.
+    void PretendSockets(int first = 1000);
 
     // The results of one further call and of all further ones. `error` goes to errno; for
     // PendingError it makes no difference, its result is the error.
@@ -113,7 +113,7 @@ private:
     std::string m_incoming;
     std::string m_sent;
     bool m_pretending = false;
-    int m_nextSocket = 1000;
+    int m_nextSocket = 0;
 };
 
 } // namespace uxvisa::test

@@ -9,11 +9,12 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include "core/CommonLib.h"
 #include "support/FaultySystemCalls.h"
+#include "support/ScriptedPeer.h"
 #include "transports/SessionIO.h"
 
 using namespace std::chrono_literals;
@@ -66,6 +67,18 @@ protected:
 
     FaultySystemCalls system;
     CSessionTCPIP session;
+};
+
+// Descriptor 0 is closed while it lives.
+class WithoutStandardInput {
+public:
+    WithoutStandardInput() { close(0); }
+    ~WithoutStandardInput() { dup2(m_kept.Get(), 0); }
+    WithoutStandardInput(const WithoutStandardInput&) = delete;
+    WithoutStandardInput& operator=(const WithoutStandardInput&) = delete;
+
+private:
+    Descriptor m_kept{dup(0)};
 };
 
 std::string Repeated(const std::string& text, int times) {
@@ -429,6 +442,20 @@ TEST_F(SessionTCPIPFaults, LateReceiveThatFillsTheBufferAtOnceIsASuccess) {
     system.OnEach(Call::Receive, [this] { system.Advance(5000ms); });
     system.Incoming("1234");
     EXPECT_EQ(Read(session, 4), Received("1234"));
+}
+
+// Up to a line feed a byte is a receive of its own, so only a buffer of one byte is filled at once.
+TEST_F(SessionTCPIPFaults, LateBytesInLineModeTimeOutUnlessOneByteFillsTheBuffer) {
+    OpenIt();
+    SetTimeout(100);
+    SetLineMode();
+    system.OnEach(Call::Receive, [this] { system.Advance(5000ms); });
+    system.Incoming("1");
+    EXPECT_EQ(Read(session, 1), Received("1"));
+    system.Incoming("1234");
+    const Transfer late = Read(session, 4);
+    EXPECT_EQ(late.status, VI_ERROR_TMO);
+    EXPECT_EQ(late.data + system.Unread(), "1234");
 }
 
 TEST_F(SessionTCPIPFaults, LateReceiveThatCompletesAnEarlierOneTimesOutOnPurpose) {
@@ -821,6 +848,18 @@ TEST_F(SessionTCPIPFaults, GetConnectedIsFalseWithoutASocketOnly) {
     OpenIt();
     EXPECT_TRUE(session.GetConnected());
     EXPECT_EQ(system.Order(), "") << "descriptors other than 0 are not examined";
+}
+
+TEST_F(SessionTCPIPFaults, DescriptorZeroThatCannotBeClosedIsKept) {
+    const WithoutStandardInput closed;
+    system.PretendSockets(0);
+    OpenIt();
+    system.Next(Call::Close, -1, EIO);
+    EXPECT_FALSE(session.GetConnected());
+    EXPECT_EQ(Socket(), 0);
+    EXPECT_FALSE(session.GetConnected());
+    EXPECT_EQ(Socket(), -1);
+    EXPECT_EQ(system.Order(), "Close Close");
 }
 
 TEST_F(SessionTCPIPFaults, FreeFunctionsGoThroughTheSystem) {

@@ -24,13 +24,17 @@
 
 using namespace std::chrono_literals;
 using namespace uxvisa::test;
-using uxvisa::ReadStream;
 using uxvisa::StreamResult;
 
 namespace {
 
 constexpr unsigned char Canary = 0xA5;
 constexpr std::uint32_t LongTime = 60000;
+
+StreamResult ReadStream(int fd, unsigned char* buffer, unsigned long count, bool toLineFeed,
+                        std::uint32_t timeoutMs) {
+    return uxvisa::ReadStream(fd, buffer, count, {uxvisa::StreamKind::Local, toLineFeed, timeoutMs});
+}
 
 // What ReadStream promises, said in the plainest way: up to a line feed each byte is received by
 // itself.
