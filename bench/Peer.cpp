@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,6 +29,13 @@ int Required(int result) {
 void NoDelay(int fd) {
     const int on = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+sockaddr_un PathAddress(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
 }
 
 std::string Line(std::size_t size) {
@@ -82,33 +90,70 @@ void Answer(int fd, const std::string& request) {
 
 } // namespace
 
-Peer::Peer() {
+int Peer::ListenOnTcp() {
     const int listener = Required(socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     Required(bind(listener, reinterpret_cast<sockaddr*>(&address), size));
-    Required(listen(listener, 64));
     Required(getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size));
     m_port = ntohs(address.sin_port);
+    return listener;
+}
+
+int Peer::ListenOnPath() {
+    char folder[] = "/tmp/uxvisa-bench-XXXXXX";
+    if (mkdtemp(folder) == nullptr) {
+        throw std::runtime_error("no folder for the benchmark's socket");
+    }
+    m_path = std::string(folder) + "/socket";
+    const int listener = Required(socket(AF_UNIX, SOCK_STREAM, 0));
+    const sockaddr_un address = PathAddress(m_path);
+    Required(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    return listener;
+}
+
+Peer::Peer(Kind kind) {
+    const int listener = kind == Kind::Tcp ? ListenOnTcp() : ListenOnPath();
+    Required(listen(listener, 64));
     m_child = Required(fork());
     if (m_child == 0) {
+        setpgid(0, 0);
         ServeAll(listener);
     }
+    setpgid(m_child, m_child);
     close(listener);
 }
 
 Peer::~Peer() {
-    kill(m_child, SIGKILL);
-    waitpid(m_child, nullptr, 0);
+    Stop();
+    if (!m_path.empty()) {
+        unlink(m_path.c_str());
+        rmdir(m_path.substr(0, m_path.rfind('/')).c_str());
+    }
+}
+
+void Peer::Stop() {
+    if (m_child != -1) {
+        kill(-m_child, SIGKILL);
+        waitpid(m_child, nullptr, 0);
+        m_child = -1;
+    }
 }
 
 std::string Peer::Resource() const {
-    return "TCPIP::127.0.0.1::" + std::to_string(m_port) + "::SOCKET";
+    return m_path.empty() ? "TCPIP::127.0.0.1::" + std::to_string(m_port) + "::SOCKET"
+                          : "USOCK::" + m_path + "::SOCKET";
 }
 
 int Peer::Connect() const {
+    if (!m_path.empty()) {
+        const int local = Required(socket(AF_UNIX, SOCK_STREAM, 0));
+        const sockaddr_un path = PathAddress(m_path);
+        Required(connect(local, reinterpret_cast<const sockaddr*>(&path), sizeof path));
+        return local;
+    }
     const int fd = Required(socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;

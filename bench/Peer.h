@@ -11,7 +11,9 @@ namespace uxvisa::bench {
 // bytes, "B<n>" with n bytes of block data, "L<n>" with a line of n bytes, "S" with nothing.
 class Peer {
 public:
-    Peer();
+    enum class Kind { Tcp, Local };
+
+    explicit Peer(Kind kind);
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
@@ -19,10 +21,16 @@ public:
     std::string Resource() const;
     // A blocking socket connected to the peer, without Nagle's delay.
     int Connect() const;
+    // Ends all its connections; a local session does not close before.
+    void Stop();
 
 private:
+    int ListenOnTcp();
+    int ListenOnPath();
+
     pid_t m_child;
-    unsigned short m_port;
+    unsigned short m_port = 0;
+    std::string m_path;
 };
 
 // Keeps this process, and what it forks from now on, on one processor; or lets it go again.

@@ -33,15 +33,16 @@ ViUInt32 Length(const char* text) {
 // A bare socket and a session, each with a peer process of its own.
 class Connections {
 public:
-    explicit Connections(bool pinned) {
+    explicit Connections(bool pinned, Peer::Kind kind = Peer::Kind::Tcp) {
         PinToOneProcessor(pinned);
-        m_peer = new Peer;
+        m_peer = new Peer(kind);
         bare = m_peer->Connect();
         ViSession manager = 0;
         Require(viOpenDefaultRM(&manager) == VI_SUCCESS);
         Require(viOpen(manager, m_peer->Resource().c_str(), 0, 0, &session) == VI_SUCCESS);
     }
     ~Connections() {
+        m_peer->Stop();
         viClose(session);
         close(bare);
         delete m_peer;
@@ -79,8 +80,8 @@ double OnOneCore(const benchmark::State& state, double limit) {
     return state.range(0) != 0 ? limit : 0;
 }
 
-void QueryToLineFeed(benchmark::State& state) {
-    const Connections connections(state.range(0) != 0);
+void LineQuery(benchmark::State& state, Peer::Kind kind, double limit) {
+    const Connections connections(state.range(0) != 0, kind);
     viSetAttribute(connections.session, VI_ATTR_TERMCHAR_EN, VI_TRUE);
     char reply[4096];
     Comparison comparison;
@@ -95,7 +96,16 @@ void QueryToLineFeed(benchmark::State& state) {
                 Require(count == ReplySize);
             });
     }
-    comparison.Report(state, OnOneCore(state, 1.3));
+    comparison.Report(state, OnOneCore(state, limit));
+}
+
+void QueryToLineFeed(benchmark::State& state) {
+    LineQuery(state, Peer::Kind::Tcp, 1.3);
+}
+
+// Half a millisecond of it is the session's pause after each receive.
+void LocalQuery(benchmark::State& state) {
+    LineQuery(state, Peer::Kind::Local, 0);
 }
 
 void FormattedQuery(benchmark::State& state, bool lineMode, double limit) {
@@ -118,8 +128,8 @@ void QueryFormatted(benchmark::State& state) {
     FormattedQuery(state, true, 0);
 }
 
-void BlockRead(benchmark::State& state) {
-    const Connections connections(state.range(0) != 0);
+void ReadBlocks(benchmark::State& state, Peer::Kind kind, double limit) {
+    const Connections connections(state.range(0) != 0, kind);
     std::vector<char> buffer(MiB);
     const char request[] = "B67108864\n";
     Comparison comparison;
@@ -141,7 +151,16 @@ void BlockRead(benchmark::State& state) {
                 }
             });
     }
-    comparison.Report(state, 1 / 0.95);
+    comparison.Report(state, limit);
+}
+
+void BlockRead(benchmark::State& state) {
+    ReadBlocks(state, Peer::Kind::Tcp, 1 / 0.95);
+}
+
+// Slowed by the same pause, which comes after each piece of a block.
+void LocalBlockRead(benchmark::State& state) {
+    ReadBlocks(state, Peer::Kind::Local, 0);
 }
 
 void LineRead(benchmark::State& state) {
@@ -208,6 +227,8 @@ BENCHMARK(QueryFormatted)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(10000)-
 BENCHMARK(QueryByteByByte)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(10000)->UseManualTime();
 BENCHMARK(BlockRead)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(40)->UseManualTime();
 BENCHMARK(LineRead)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(1000)->UseManualTime();
+BENCHMARK(LocalQuery)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(2000)->UseManualTime();
+BENCHMARK(LocalBlockRead)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(10)->UseManualTime();
 BENCHMARK(IdleRead)->Iterations(3)->UseManualTime();
 
 } // namespace uxvisa::bench

@@ -1082,14 +1082,14 @@ TEST_F(SessionTCPIP, SignalsDoNotDisturbClear) {
 // The handshake is answered only when the system asks again, about a second later.
 TEST_F(SessionTCPIP, SignalsDoNotDisturbASlowOpening) {
     FullListener listener;
-    std::thread helper([&] {
+    std::thread acceptor([&] {
         std::this_thread::sleep_for(200ms);
         listener.Empty();
     });
     const SignalStorm storm;
     EXPECT_EQ(Open(session, listener.Resource()), VI_SUCCESS);
     EXPECT_TRUE(storm.Raged());
-    helper.join();
+    acceptor.join();
 }
 
 TEST_F(SessionTCPIP, SignalsDoNotShortenAnOpeningThatTimesOut) {

@@ -48,6 +48,13 @@ std::string NoAnswerToConnect(const std::string& resource) {
     return "is the host name right, and is the instrument on and in reach? Try: ping " + host;
 }
 
+std::string NoDriver(const std::string& resource) {
+    if (UpperCase(Fields(resource).back()) == "INSTR") {
+        return "a VXI-11 resource needs a driver library: --driver libuxdriver_lan.so";
+    }
+    return "the driver library of this class word is not on the loader's path";
+}
+
 std::string RaiseTimeout(ViUInt32 timeoutMs) {
     return "raise --timeout (now " + std::to_string(timeoutMs) + ")";
 }
@@ -98,6 +105,8 @@ std::string Advice(ViStatus status, const Situation& situation) {
     case VI_ERROR_CONN_LOST:
         return "the instrument or the network broke the connection: is another program using it? "
                "Try again";
+    case VI_ERROR_LIBRARY_NFOUND:
+        return NoDriver(situation.resource);
     case VI_ERROR_SYSTEM_ERROR:
         return "is there enough free memory?";
     default:

@@ -26,6 +26,7 @@ constexpr char Footer[] =
     "  uxvisa query TCPIP::scope::5025::SOCKET 'CURV?' --block -o curve.bin --time\n"
     "  uxvisa write TCPIP::psu::5025::SOCKET 'VOLT 3.3'\n"
     "  uxvisa read TCPIP::logger::5025::SOCKET --timeout 60000\n"
+    "  uxvisa query --driver libuxdriver_lan.so TCPIP::192.168.1.21::INSTR '*IDN?'\n"
     "  uxvisa status 0xBFFF0015\n\n"
     "Data go to standard output, diagnostics to standard error. Give -- before a command\n"
     "that begins with '-'.\n\n"
@@ -81,6 +82,10 @@ void AddCommonOptions(CLI::App& app, Options& options) {
     AddTimeout(app, options);
     AddTermChar(app, options);
     AddEol(app, options);
+    app.add_option("--driver", options.driver,
+                   "Driver library for VXI-11 resources, as libuxdriver_lan.so")
+        ->type_name("PATH")
+        ->group(CommonOptions);
     app.add_flag("--json", options.json, "Print one JSON object, also for an error")
         ->group(CommonOptions);
     app.add_flag("--time", options.time, "Print how long it took, and the rate, on standard error")

@@ -24,6 +24,8 @@ struct Options {
     bool block = false;
     std::string outputFile;
 
+    std::string driver;
+
     ViUInt32 timeoutMs = 5000;
     bool termChar = true;
     std::string eol = "\n";

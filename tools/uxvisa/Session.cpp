@@ -27,7 +27,11 @@ void Session::Open() {
 }
 
 void Session::SetAttribute(ViAttr attribute, ViAttrState state) {
-    Check(viSetAttribute(m_handle, attribute, state), m_situation.stage);
+    const ViStatus status = viSetAttribute(m_handle, attribute, state);
+    // A kind of session whose time-outs and line ends are fixed is no less usable.
+    if (status != VI_ERROR_NIMPL_OPER) {
+        Check(status, m_situation.stage);
+    }
 }
 
 void Session::SetTimeout(ViUInt32 timeoutMs) {

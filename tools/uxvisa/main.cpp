@@ -4,6 +4,7 @@
 
 #include "tools/uxvisa/CommandLine.h"
 #include "tools/uxvisa/Descriptor.h"
+#include "tools/uxvisa/Driver.h"
 #include "tools/uxvisa/Report.h"
 
 using namespace uxvisa::tool;
@@ -15,6 +16,9 @@ void Run(int argc, char** argv, Report& report) {
     if (!invocation.information.empty()) {
         StandardOutput().Write(invocation.information);
         return;
+    }
+    if (!invocation.options.driver.empty()) {
+        BindDriver(invocation.options.driver);
     }
     invocation.options.run(invocation.options, report);
     report.Finish();
