@@ -17,6 +17,8 @@ endfunction()
 uxvisa_object_library(uxvisa_system_calls transports/SystemCalls.cpp)
 
 uxvisa_object_library(uxvisa_objects
+  Library/Thread.cpp
+  Library/pevents.cpp
   api/DynamicVisa.cpp
   api/LogMessageVisa.cpp
   api/StatusTexts.cpp
