@@ -5,10 +5,10 @@ set -euo pipefail
 
 packages=(
     g++ cmake ninja-build pkg-config git
-    libasio-dev libcli11-dev nlohmann-json3-dev
+    libasio-dev libcli11-dev nlohmann-json3-dev libudev-dev libexpat1-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     clang libclang-rt-14-dev
-    python3 python3-pyvisa python3-typing-extensions
+    python3 python3-pyvisa python3-typing-extensions umockdev libumockdev-dev
     iproute2 procps util-linux binutils
 )
 
