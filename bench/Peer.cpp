@@ -15,6 +15,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "bench/Vxi11Server.h"
+
 namespace uxvisa::bench {
 
 namespace {
@@ -57,14 +59,13 @@ void Answer(int fd, const std::string& request) {
     }
 }
 
-[[noreturn]] void Serve(int fd) {
-    NoDelay(fd);
+void ServeLines(int fd) {
     std::string request;
     char bytes[4096];
     for (;;) {
         const ssize_t received = recv(fd, bytes, sizeof bytes, 0);
         if (received <= 0) {
-            _exit(0);
+            return;
         }
         request.append(bytes, static_cast<std::size_t>(received));
         if (request.back() == '\n') {
@@ -74,7 +75,7 @@ void Answer(int fd, const std::string& request) {
     }
 }
 
-[[noreturn]] void ServeAll(int listener) {
+[[noreturn]] void ServeAll(int listener, Peer::Kind kind) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     signal(SIGCHLD, SIG_IGN);
     for (;;) {
@@ -82,7 +83,9 @@ void Answer(int fd, const std::string& request) {
         if (fork() == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             close(listener);
-            Serve(fd);
+            NoDelay(fd);
+            kind == Peer::Kind::Vxi11 ? ServeVxi11(fd) : ServeLines(fd);
+            _exit(0);
         }
         close(fd);
     }
@@ -115,12 +118,12 @@ int Peer::ListenOnPath() {
 }
 
 Peer::Peer(Kind kind) {
-    const int listener = kind == Kind::Tcp ? ListenOnTcp() : ListenOnPath();
+    const int listener = kind == Kind::Local ? ListenOnPath() : ListenOnTcp();
     Required(listen(listener, 64));
     m_child = Required(fork());
     if (m_child == 0) {
         setpgid(0, 0);
-        ServeAll(listener);
+        ServeAll(listener, kind);
     }
     setpgid(m_child, m_child);
     close(listener);

@@ -8,10 +8,11 @@
 namespace uxvisa::bench {
 
 // Serves every connection with a child process. A request line of 'Q' is answered with a line of 64
-// bytes, "B<n>" with n bytes of block data, "L<n>" with a line of n bytes, "S" with nothing.
+// bytes, "B<n>" with n bytes of block data, "L<n>" with a line of n bytes, "S" with nothing. A
+// VXI-11 peer answers calls of the core channel instead.
 class Peer {
 public:
-    enum class Kind { Tcp, Local };
+    enum class Kind { Tcp, Local, Vxi11 };
 
     explicit Peer(Kind kind);
     ~Peer();
@@ -19,6 +20,7 @@ public:
     Peer& operator=(const Peer&) = delete;
 
     std::string Resource() const;
+    int Port() const { return m_port; }
     // A blocking socket connected to the peer, without Nagle's delay.
     int Connect() const;
     // Ends all its connections; a local session does not close before.

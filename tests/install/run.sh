@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# run.sh CMAKE BUILD_DIR CONSUMER_DIR CC LIBDIR VERSION: installs into a new prefix and builds and
-# runs a consumer against it, through CMake and through pkg-config.
+# run.sh CMAKE BUILD_DIR SOURCE_DIR CC LIBDIR VERSION: installs into a new prefix and builds and
+# runs a consumer and the examples against it, through CMake and through pkg-config.
 set -euo pipefail
-cmake=$1 build=$2 consumer=$3 cc=$4 libdir=$5 version=$6
+cmake=$1 build=$2 source=$3 cc=$4 libdir=$5 version=$6
+consumer=$source/tests/install/consumer
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -27,4 +28,19 @@ check "$(pkg --modversion)" "$version"
 "$cc" -std=c99 -Wall -Wextra -Wpedantic -Werror $(pkg --cflags) "$consumer/consumer.c" \
     -o "$work/consumer" $(pkg --libs)
 "$work/consumer"
-echo "both consumers ran"
+
+driver=$source/examples/driver
+ask_the_driver() {
+    check "$(LD_LIBRARY_PATH=$LD_LIBRARY_PATH:$1 "$prefix/bin/uxvisa" query TCPIP::4711::ECAL '*IDN?')" \
+        "Example,Memory Source,4711,1.0"
+}
+"$cmake" -S "$driver" -B "$work/driver" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_C_COMPILER="$cc" >/dev/null
+"$cmake" --build "$work/driver" >/dev/null
+ask_the_driver "$work/driver"
+mkdir "$work/byhand"
+# shellcheck disable=SC2046
+"$cc" -std=c99 -fPIC -shared -fvisibility=hidden -pthread $(pkg --cflags) \
+    "$driver/example_driver.c" -o "$work/byhand/ecalbridge.dll"
+ask_the_driver "$work/byhand"
+echo "the consumers and the example driver ran"
