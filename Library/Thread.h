@@ -6,8 +6,8 @@
 #include <atomic>
 #include <thread>
 
+#include "Library/Export.h"
 #include "Library/pevents.h"
-#include "core/Export.h"
 
 // A worker: the derived class's ThreadCycle() is the whole job. A derived class stops its thread in
 // its own destructor, before its fields are gone.

@@ -6,7 +6,7 @@
 
 #include <deque>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 namespace pevents {
 

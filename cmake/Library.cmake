@@ -29,17 +29,23 @@ uxvisa_object_library(uxvisa_objects
   core/FormatPieces.cpp
   core/FormattedInput.cpp
   core/FormattedOutput.cpp
+  core/SessionFindList.cpp
   core/resourcemanager.cpp
   transports/BcastUDP.cpp
+  transports/BroadcastSocket.cpp
+  transports/DiscoveryReply.cpp
   transports/EmulatorRecord.cpp
+  transports/GetHostByAddrThread.cpp
   transports/LogMessage.cpp
   transports/RpcRecord.cpp
+  transports/SearchExpression.cpp
   transports/SessionClasses.cpp
   transports/SessionExt.cpp
   transports/SessionTCPIP.cpp
   transports/SessionUSOCK.cpp
   transports/SessionVXI11.cpp
-  transports/StreamSocket.cpp)
+  transports/StreamSocket.cpp
+  transports/Vxi11Identity.cpp)
 
 add_library(UxVisa SHARED
   $<TARGET_OBJECTS:uxvisa_objects> $<TARGET_OBJECTS:uxvisa_system_calls>)

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/ISession.h"
 
@@ -18,5 +19,8 @@ struct SessionChoice {
 // the parent of sessions that open other sessions.
 SessionChoice MakeSession(const std::string& classWord, unsigned short interfaceType,
                           ISession* manager);
+
+// One new session of each kind that a search asks, in the order in which it asks them.
+std::vector<std::unique_ptr<ISession>> MakeSearchableSessions();
 
 } // namespace uxvisa

@@ -9,6 +9,7 @@
 #include "core/CommonLib.h"
 #include "core/Guard.h"
 #include "core/SessionClasses.h"
+#include "core/SessionFindList.h"
 #include "uxvisa/visatype.h"
 
 namespace {
@@ -174,12 +175,22 @@ long CResourceManager::OpenRegistered(char* resource, unsigned long accessMode,
     return VI_SUCCESS;
 }
 
-// No session class can be searched yet, so every search ends empty-handed.
-long CResourceManager::FindRsrc(char*, ISession**, unsigned long* count, char*) {
+long CResourceManager::FindRsrc(char* expression, ISession** list, unsigned long* count,
+                                char* description) {
     if (count != nullptr) {
         *count = 0;
     }
-    return VI_ERROR_RSRC_NFOUND;
+    return uxvisa::Guarded([&]() -> long {
+        auto found = std::make_unique<CSessionFindList>();
+        const long status = found->FindRsrc(expression, nullptr, count, description);
+        if (status != VI_SUCCESS || list == nullptr) {
+            return status;
+        }
+        found->SetID(uxvisa::RandomUpTo(LargestId));
+        m_sessions.push_back(found.get());
+        *list = found.release();
+        return VI_SUCCESS;
+    });
 }
 
 bool isHislipSession(std::vector<std::string>& fields) {

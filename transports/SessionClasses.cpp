@@ -75,4 +75,11 @@ SessionChoice MakeSession(const std::string& classWord, unsigned short interface
     }
 }
 
+std::vector<std::unique_ptr<ISession>> MakeSearchableSessions() {
+    std::vector<std::unique_ptr<ISession>> sessions;
+    sessions.push_back(std::make_unique<CSessionTCPIP>());
+    sessions.push_back(std::make_unique<CSessionVXI11>());
+    return sessions;
+}
+
 } // namespace uxvisa

@@ -14,6 +14,7 @@
 
 #include "core/CommonLib.h"
 #include "core/Guard.h"
+#include "transports/DiscoveryReply.h"
 #include "transports/EmulatorRecord.h"
 #include "transports/LogMessage.h"
 #include "transports/StreamSocket.h"
@@ -31,6 +32,8 @@ constexpr int ReconnectWaitMs = 200;
 constexpr long ReconnectPauseUs = 500000;
 // Stands among the socket errors for a connect that timed out.
 constexpr int ConnectTimedOut = 100;
+constexpr int DiscoveryLocalPort = 8890;
+constexpr int DiscoveryPort = 8889;
 
 int OpenSocket() {
     const int fd = uxvisa::sys::Socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
@@ -325,9 +328,21 @@ long CSessionTCPIP::GetAttribute(unsigned long attribute, void* value) {
         attribute, value);
 }
 
-// No search goes out yet, so no reply comes in.
-std::string CSessionTCPIP::ParseResponse(const char*, int, int, const char*) {
-    return {};
+long CSessionTCPIP::FindResources(char* expression, FindCallback callback, void* context) {
+    const int error = errno;
+    return uxvisa::Guarded([&] {
+        if (uxvisa::ReportsEmulator(expression, error)) {
+            callback(this, uxvisa::EmulatorRecord, context);
+        }
+        return CBcastUDP::FindResources(this, expression, callback, context, DiscoveryLocalPort,
+                                        DiscoveryPort);
+    });
+}
+
+std::string CSessionTCPIP::ParseResponse(const char* reply, int length, int socketIndex,
+                                         const char* senderAddress) {
+    return uxvisa::SocketRecord(reply, static_cast<std::size_t>(length), socketIndex,
+                                senderAddress);
 }
 
 int CSessionTCPIP::FillRequest(char* buffer, int size) {

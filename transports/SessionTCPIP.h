@@ -29,6 +29,8 @@ public:
     ~CSessionTCPIP() override;
     long OpenConnection(char* resource, unsigned long accessMode, unsigned long timeoutMs) override;
     long CloseConnection() override;
+    // Blocks for about half a second.
+    long FindResources(char* expression, FindCallback callback, void* context) override;
     long SetAttribute(unsigned long attribute, unsigned long value) override;
     long GetAttribute(unsigned long attribute, void* value) override;
     long Read(unsigned char* buffer, unsigned long count, unsigned long* readCount) override;

@@ -7,7 +7,10 @@
 #include "api/DynamicVisa.h"
 #include "core/CommonLib.h"
 #include "core/Guard.h"
+#include "transports/DiscoveryReply.h"
 #include "transports/RpcRecord.h"
+#include "transports/SearchExpression.h"
+#include "transports/Vxi11Identity.h"
 #include "uxvisa/visatype.h"
 
 namespace {
@@ -36,6 +39,8 @@ constexpr unsigned long PortmapperOpenMs = 3000;
 constexpr unsigned long PortmapperTimeoutMs = 2000;
 constexpr std::size_t PortmapperReplySize = 28;
 constexpr ViAccessMode AccessMode = 1;
+constexpr int DiscoveryLocalPort = 9757;
+constexpr int DiscoveryPort = 111;
 
 // Error codes and reason bits of device_read.
 constexpr std::uint32_t DeviceTimeout = 15;
@@ -68,6 +73,11 @@ private:
 
 bool Succeeded(long status) {
     return status >= 0;
+}
+
+long Keep(ISession*, const char* record, void* records) {
+    static_cast<std::vector<std::string>*>(records)->emplace_back(record);
+    return VI_SUCCESS;
 }
 
 } // namespace
@@ -303,7 +313,25 @@ long CSessionVXI11::GetAttribute(unsigned long attribute, void* value) {
     });
 }
 
-// No search goes out yet, so no reply comes in.
-std::string CSessionVXI11::ParseResponse(const char*, int, int, const char*) {
-    return {};
+// The identity is asked when all replies are in, so that a slow instrument delays none of them; the
+// expression may be about the identity, and so is looked at afterwards.
+long CSessionVXI11::FindResources(char* expression, FindCallback callback, void* context) {
+    return uxvisa::Guarded([&]() -> long {
+        const std::string wanted = expression;
+        std::vector<std::string> records;
+        char everything[] = "";
+        const long status = CBcastUDP::FindResources(this, everything, Keep, &records,
+                                                     DiscoveryLocalPort, DiscoveryPort);
+        for (const std::string& record : uxvisa::WithIdentities(records)) {
+            if (uxvisa::MatchesExpression(wanted, record)) {
+                callback(this, record.c_str(), context);
+            }
+        }
+        return status;
+    });
+}
+
+std::string CSessionVXI11::ParseResponse(const char* reply, int length, int socketIndex,
+                                         const char* senderAddress) {
+    return uxvisa::Vxi11Record(reply, static_cast<std::size_t>(length), socketIndex, senderAddress);
 }

@@ -15,6 +15,9 @@ public:
     ~CSessionVXI11() override;
     long OpenConnection(char* resource, unsigned long accessMode, unsigned long timeoutMs) override;
     long CloseConnection() override;
+    // Blocks for about half a second, and for half a second more when a driver library is bound
+    // and instruments do not tell their identity at once.
+    long FindResources(char* expression, FindCallback callback, void* context) override;
     long GetAttribute(unsigned long attribute, void* value) override;
     long Read(unsigned char* buffer, unsigned long count, unsigned long* readCount) override;
     long Write(unsigned char* buffer, unsigned long count, unsigned long* writtenCount) override;

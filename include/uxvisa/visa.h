@@ -14,8 +14,8 @@
  *     that the program binds; without the library all of these answer VI_ERROR_LIBRARY_NFOUND.
  *     Other interfaces (GPIB, USB, serial) answer VI_ERROR_RSRC_NFOUND; a TCPIP resource with any
  *     other word answers VI_ERROR_INV_RSRC_NAME.
- *   - viFindRsrc() finds nothing: every search answers VI_ERROR_RSRC_NFOUND with a count of 0, so
- *     there are no search lists for viFindNext() either.
+ *   - viFindRsrc() finds instruments on the LAN that answer the library's own discovery request or
+ *     that have a portmapper with VXI-11.
  *
  * Statuses
  * --------
@@ -112,19 +112,26 @@ ViStatus viOpenDefaultRM(ViPSession vi);
 /**
  * Searches for resources and gives the first one. See "What works today".
  *
- * Blocks until the search is over.
+ * Blocks until the search is over: about a second for the LAN. Broadcasts on every IPv4 interface
+ * (UDP ports 8890 and 9757 to 8889 and 111) and starts threads, which are over when it returns.
+ * Ends the process when the system does not tell its network interfaces.
  *
  * @param sesn      the resource manager's handle
- * @param expr      search expression, such as "?*" for everything; not null
+ * @param expr      search expression: "?*" for everything; pieces of the resource string in upper
+ *                  case with "?*" between them, such as "TCPIP?*" or "?*INSTR"; or a text that
+ *                  occurs in the upper-cased description, such as a model name. Serial ports and
+ *                  USB devices are reported whatever it is
  * @param findList  receives the handle of a list with the further resources, to be closed with
  *                  viClose(); null: the search is made and no list kept
  * @param retCnt    receives the number of resources, 0 when the search fails; may be null
- * @param desc      receives the first resource string; VI_FIND_BUFLEN bytes
+ * @param desc      receives the first resource string, and behind its NUL a summary with a NUL of
+ *                  its own; at most VI_FIND_BUFLEN bytes in all. May be null
  *
  * @p findList and @p desc are written only on VI_SUCCESS.
  *
  * @return VI_SUCCESS;
  *         VI_ERROR_RSRC_NFOUND: nothing was found;
+ *         VI_ERROR_INV_EXPR: @p expr is null;
  *         VI_ERROR_INV_OBJECT: @p sesn is not the resource manager's handle;
  *         VI_ERROR_SYSTEM_ERROR: as for viOpenDefaultRM(), or see Statuses.
  */

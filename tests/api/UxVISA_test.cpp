@@ -194,15 +194,18 @@ TEST(Close, OneSessionOfTwo) {
     EXPECT_EQ(timeout, 5000UL);
 }
 
-TEST(FindRsrc, NothingIsFoundYet) {
+// Searches that find something are in tests/system, in networks of their own.
+TEST(FindRsrc, RefusesOtherHandlesAndANullExpression) {
     ViFindList list = 77;
     ViUInt32 count = ~0UL;
     char desc[VI_FIND_BUFLEN] = "old";
-    EXPECT_EQ(viFindRsrc(Manager(), "?*", &list, &count, desc), VI_ERROR_RSRC_NFOUND);
-    EXPECT_EQ(count, 0UL);
-    EXPECT_EQ(list, 77UL);
-    EXPECT_EQ(viFindRsrc(Manager(), "?*", nullptr, &count, desc), VI_ERROR_RSRC_NFOUND);
     EXPECT_EQ(viFindRsrc(0, "?*", &list, &count, desc), VI_ERROR_INV_OBJECT);
+    EXPECT_EQ(count, ~0UL);
+    EXPECT_EQ(viFindRsrc(Manager(), nullptr, &list, &count, desc), VI_ERROR_INV_EXPR);
+    EXPECT_EQ(count, 0UL);
+    EXPECT_EQ(viFindRsrc(Manager(), nullptr, nullptr, nullptr, nullptr), VI_ERROR_INV_EXPR);
+    EXPECT_EQ(list, 77UL);
+    EXPECT_STREQ(desc, "old");
 }
 
 TEST(Forwarding, UnknownHandlesAreInvalidObjects) {

@@ -227,17 +227,6 @@ TEST(ResourceManagerOpen, VeryLongStringsDoNoHarm) {
     EXPECT_EQ(OpenStatus(longClass.c_str()), VI_ERROR_INV_RSRC_NAME);
 }
 
-TEST(ResourceManagerFindRsrc, FindsNothingYet) {
-    CResourceManager manager(nullptr);
-    char expression[] = "?*";
-    unsigned long count = 5;
-    ISession* list = nullptr;
-    EXPECT_EQ(manager.FindRsrc(expression, &list, &count, nullptr), VI_ERROR_RSRC_NFOUND);
-    EXPECT_EQ(count, 0UL);
-    EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(manager.FindRsrc(expression, nullptr, nullptr, nullptr), VI_ERROR_RSRC_NFOUND);
-}
-
 TEST(IsHislipSession, LooksInEveryFieldInEitherCase) {
     std::vector<std::string> fields{"TCPIP0", "host", "hislip0", "INSTR"};
     EXPECT_TRUE(isHislipSession(fields));

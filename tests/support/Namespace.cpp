@@ -1,6 +1,7 @@
 #include "support/Namespace.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <future>
 #include <iterator>
@@ -13,8 +14,6 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 namespace uxvisa::test {
 
@@ -98,13 +97,38 @@ void NetworkNamespace::Ip(const std::string& words) const {
 
 void NetworkNamespace::WireTo(const NetworkNamespace& other, const std::string& ownAddress,
                               const std::string& otherAddress) const {
-    const std::string there =
-        "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(other.m_namespace.Get());
-    Ip("link add wire type veth peer name wire netns " + there);
+    Ip("link add wire type veth peer name wire netns " + other.Path());
     Ip("address add " + ownAddress + "/24 dev wire");
     Ip("link set wire up");
     other.Ip("address add " + otherAddress + "/24 dev wire");
     other.Ip("link set wire up");
+}
+
+std::string NetworkNamespace::Path() const {
+    return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(m_namespace.Get());
+}
+
+Lan::Lan() {
+    m_switch.Ip("link add bridge type bridge");
+    m_switch.Ip("link set bridge up");
+}
+
+void Lan::Attach(const NetworkNamespace& host, const std::string& interface,
+                 const std::string& address) {
+    const std::string port = "port" + std::to_string(m_ports++);
+    m_switch.Ip("link add " + port + " type veth peer name " + interface + " netns " + host.Path());
+    m_switch.Ip("link set " + port + " master bridge up");
+    host.Ip("address add " + address + "/24 brd + dev " + interface);
+    host.Ip("link set " + interface + " up");
+}
+
+void NamespaceTest::SetUp() {
+    const std::string reason = NetworkNamespace::WhyUnavailable();
+    if (!reason.empty()) {
+        const char* continuous = std::getenv("CI");
+        ASSERT_FALSE(continuous != nullptr && std::string(continuous) == "true") << reason;
+        GTEST_SKIP() << reason;
+    }
 }
 
 } // namespace uxvisa::test

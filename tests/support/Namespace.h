@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include <gtest/gtest.h>
+
 #include "support/ScriptedPeer.h"
 
 namespace uxvisa::test {
@@ -22,12 +24,34 @@ public:
     void Do(const std::function<void()>& work) const;
     // Runs the ip command with these words; a failure fails the test.
     void Ip(const std::string& words) const;
+    // What the ip command takes for a name of this namespace.
+    std::string Path() const;
     // Two interfaces named "wire", wired to each other: one here, one in `other`, both up.
     void WireTo(const NetworkNamespace& other, const std::string& ownAddress,
                 const std::string& otherAddress) const;
 
 private:
     Descriptor m_namespace;
+};
+
+// Namespaces that are wired to each other by a switch.
+class Lan {
+public:
+    Lan();
+    // The namespace gets an interface of that name; the address is one of a network of 256.
+    void Attach(const NetworkNamespace& host, const std::string& interface,
+                const std::string& address);
+
+private:
+    NetworkNamespace m_switch;
+    int m_ports = 0;
+};
+
+// Where there can be no namespaces the test is skipped with the reason, but fails when the
+// environment says CI=true.
+class NamespaceTest : public ::testing::Test {
+protected:
+    void SetUp() override;
 };
 
 } // namespace uxvisa::test

@@ -1,6 +1,5 @@
 #include "transports/SessionTCPIP.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -44,14 +43,12 @@ struct Opening {
 };
 
 // Two machines, so to say, wired to each other.
-class TcpNetwork : public ::testing::Test {
+class TcpNetwork : public NamespaceTest {
 protected:
     void SetUp() override {
-        const std::string reason = NetworkNamespace::WhyUnavailable();
-        if (!reason.empty()) {
-            const char* continuous = std::getenv("CI");
-            ASSERT_FALSE(continuous != nullptr && std::string(continuous) == "true") << reason;
-            GTEST_SKIP() << reason;
+        NamespaceTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
         here = std::make_unique<NetworkNamespace>();
         there = std::make_unique<NetworkNamespace>();
