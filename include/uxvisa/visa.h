@@ -142,7 +142,8 @@ ViStatus viFindRsrc(ViSession sesn, ViConstString expr, ViPFindList findList, Vi
  * Gives the next resource of a search list. Does not block.
  *
  * @param findList  a list of viFindRsrc()
- * @param desc      receives the resource string, on VI_SUCCESS only; VI_FIND_BUFLEN bytes
+ * @param desc      receives the resource string and the summary, as viFindRsrc() does, on
+ *                  VI_SUCCESS only; VI_FIND_BUFLEN bytes. May be null
  *
  * @return VI_SUCCESS;
  *         VI_ERROR_RSRC_NFOUND: the list is at its end;
@@ -249,6 +250,10 @@ ViStatus viSetAttribute(ViObject vi, ViAttr attribute, ViAttrState attrState);
  *     never a ViBoolean, which has 2 bytes;
  *   - VI_ATTR_INTF_TYPE: 2 bytes, a ViUInt16; always 4 (VI_INTF_ASRL), on purpose: raw sockets are
  *     stream devices like serial lines.
+ *
+ * A search list answers texts about the resource it gave last, "" where there is none, of at most
+ * VI_FIND_BUFLEN bytes with the NUL: VI_ATTR_MANF_NAME, VI_ATTR_MODEL_NAME, VI_ATTR_USB_SERIAL_NUM,
+ * VI_ATTR_TCPIP_ADDR, and 0x3FFF024A, the name that an instrument on the LAN gives itself.
  *
  * @param vi         any object
  * @param attribute  a VI_ATTR_ identifier, zero-extended
