@@ -13,6 +13,9 @@ prefix=$work/prefix
 check() { [ "$1" = "$2" ] || { echo "expected '$2', got '$1'" >&2; exit 1; }; }
 check "$(readlink "$prefix/$libdir/libUxVisa.so")" libUxVisa.so.2
 check "$(readlink "$prefix/$libdir/libUxVisa.so.2")" "libUxVisa.so.$version"
+# Sessions load this one by its whole name; a shorter one would only be in the way.
+check "$(cd "$prefix/$libdir" && echo libProtoDesc*)" libProtoDesc.so.1.0.0
+[ -f "$prefix/share/uxvisa/brix/Protocol.xml" ]
 export LD_LIBRARY_PATH=$prefix/$libdir
 
 "$cmake" -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
