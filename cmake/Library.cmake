@@ -24,6 +24,7 @@ uxvisa_object_library(uxvisa_objects
   api/StatusTexts.cpp
   api/UxVISA.cpp
   api/main.cpp
+  brix/Decoder.cpp
   brix/Encoder.cpp
   brix/Head.cpp
   brix/PacketText.cpp
