@@ -28,6 +28,8 @@ uxvisa_object_library(uxvisa_objects
   brix/Encoder.cpp
   brix/Head.cpp
   brix/PacketText.cpp
+  brix/ProtocolLibrary.cpp
+  brix/SessionBRIX.cpp
   brix/TextNumbers.cpp
   brix/ValueCodec.cpp
   core/BaseSession.cpp
