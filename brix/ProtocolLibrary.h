@@ -20,7 +20,7 @@ public:
     bool Load(const std::string& path);
     void Unload();
 
-    bool Loaded() const { return m_handle != nullptr; }
+    bool Complete() const { return m_functions.CloseSession != nullptr; } // bound last
     const ProtocolFunctions& Functions() const { return m_functions; }
 
 private:

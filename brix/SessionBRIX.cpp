@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -74,10 +75,9 @@ std::string BlockHeader(std::uint32_t size) {
 } // namespace
 
 CSessionBRIX::CSessionBRIX(ISession* parent)
-    : m_parent(parent), m_inner(nullptr), m_rd_count(0), m_rd_total(0), m_rd_pos(0),
-      m_direction(DirectionUnknown), m_split_write(false), m_full_header(false), m_decode_mode(0),
-      m_termchar('\n'), m_raw(false), m_prot_handle(0), m_text_taken(0), m_inner_id(0),
-      m_inner_open(false), m_prot_open(false) {}
+    : m_parent(parent), m_inner(nullptr), m_rd_count(0), m_rd_total(0), m_rd_pos(0), m_inner_id(0),
+      m_direction(DirectionUnknown), m_split_write(false), m_full_header(false), m_text_taken(0),
+      m_decode_mode(0), m_termchar('\n'), m_raw(false), m_inner_open(false), m_prot_handle(0) {}
 
 CSessionBRIX::~CSessionBRIX() {
     CSessionBRIX::CloseConnection();
@@ -109,17 +109,15 @@ long CSessionBRIX::OpenConnection(char* resource, unsigned long accessMode,
 // packets still come through with their numbers.
 void CSessionBRIX::OpenProtocol() {
     const brix::ProtocolFunctions& functions = m_library.Functions();
-    m_prot_open = true;
     functions.OpenSession(&m_prot_handle);
     functions.ProtLoadFromFile(m_prot_handle, brix::ProtocolFile);
 }
 
 // A library that lacks a function is unloaded without a word to it.
 void CSessionBRIX::UnloadProtocol() {
-    if (m_prot_open) {
+    if (m_library.Complete()) {
         m_library.Functions().CloseSession(m_prot_handle);
     }
-    m_prot_open = false;
     m_library.Unload();
 }
 
@@ -134,7 +132,7 @@ long CSessionBRIX::OpenInner(std::string resource, unsigned long accessMode,
     const long status = m_parent->Open(resource.data(), accessMode, timeoutMs, &inner);
     if (status >= VI_SUCCESS && inner != nullptr) {
         m_inner = inner;
-        m_inner_id = inner->GetID();
+        m_inner_id = static_cast<std::uint32_t>(inner->GetID());
         m_inner_open = true;
     }
     return status;
@@ -233,7 +231,7 @@ long CSessionBRIX::Read(unsigned char* buffer, unsigned long count, unsigned lon
     if (m_raw) {
         return uxvisa::Guarded([&] { return m_inner->Read(buffer, count, readCount); });
     }
-    if (HasText()) {
+    if (!m_read_text.empty()) {
         TakeText(buffer, count, readCount);
         return VI_SUCCESS;
     }
@@ -247,8 +245,16 @@ long CSessionBRIX::Read(unsigned char* buffer, unsigned long count, unsigned lon
 void CSessionBRIX::TakeText(unsigned char* buffer, unsigned long count, unsigned long* readCount) {
     const std::size_t taken = std::min(count, m_read_text.size() - m_text_taken);
     std::copy_n(m_read_text.data() + m_text_taken, taken, buffer);
-    m_text_taken += taken;
     StoreCount(readCount, taken);
+    const std::size_t behind = m_text_taken + taken;
+    m_text_taken = 0;
+    if (behind == m_read_text.size()) {
+        m_read_text.clear();
+    } else if (behind > std::numeric_limits<std::uint16_t>::max()) {
+        m_read_text.erase(0, behind);
+    } else {
+        m_text_taken = static_cast<std::uint16_t>(behind);
+    }
 }
 
 void CSessionBRIX::TakeBlock(unsigned char* buffer, unsigned long count, unsigned long* readCount) {

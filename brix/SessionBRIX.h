@@ -45,7 +45,6 @@ private:
     UXVISA_INTERNAL long ReceiveBody();
     UXVISA_INTERNAL void DecodePacket();
     UXVISA_INTERNAL void PrepareBlock();
-    UXVISA_INTERNAL bool HasText() const { return m_text_taken < m_read_text.size(); }
     UXVISA_INTERNAL void TakeText(unsigned char* buffer, unsigned long count,
                                   unsigned long* readCount);
     UXVISA_INTERNAL void TakeBlock(unsigned char* buffer, unsigned long count,
@@ -60,18 +59,18 @@ private:
     std::uint32_t m_rd_count;
     std::uint32_t m_rd_total;
     std::uint32_t m_rd_pos;
+    std::uint32_t m_inner_id;
     std::uint64_t m_direction;
     bool m_split_write;
     bool m_full_header;
+    std::uint16_t m_text_taken; // of m_read_text: erasing its front each time would be costly
     std::uint32_t m_decode_mode;
     char m_termchar;
     bool m_raw;
+    bool m_inner_open;
     int m_prot_handle;
     uxvisa::brix::ProtocolLibrary m_library;
-
-    // Behind the fields that programs know.
-    std::size_t m_text_taken; // of m_read_text; taking from its front each time would copy the rest
-    unsigned long m_inner_id;
-    bool m_inner_open;
-    bool m_prot_open;
 };
+
+// What other programs do not know of stands where their declarations have padding.
+static_assert(sizeof(CSessionBRIX) == 65816, "other programs rely on this layout");

@@ -676,6 +676,22 @@ TEST_F(SessionBRIX, ALongLineOneByteAtATime) {
     EXPECT_EQ(line.back(), '\n');
 }
 
+TEST_F(SessionBRIX, ALongLineInPiecesOfEverySize) {
+    Set(VI_ATTR_BRIX_DECODE_MODE, 1);
+    const std::string packet = BlockReply(19990);
+    Bring(inner, packet);
+    const std::string whole = Read(session, 200000).data;
+    ASSERT_GT(whole.size(), 99980U);
+    for (const std::size_t size : {777, 32768, 40000, 65535, 65536, 99000}) {
+        Bring(inner, packet);
+        std::string line;
+        while (line.size() < whole.size()) {
+            line += Read(session, size).data;
+        }
+        EXPECT_TRUE(line == whole) << size;
+    }
+}
+
 // ---- Blocks ----
 
 TEST_F(SessionBRIX, ModeTwoDeliversTheBodyAsABlock) {
