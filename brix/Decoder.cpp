@@ -176,23 +176,32 @@ private:
 
     // Items of more than one byte have their last byte first, as numbers are read.
     void AppendDump() {
-        const std::size_t itemSize = std::max<std::size_t>(m_flagB >> 4, 1);
+        const auto itemSize = static_cast<std::size_t>(std::max(LenParam(), 1));
+        const std::size_t body = m_size - HeaderSize;
+        const std::size_t whole = 3 * ((body + itemSize - 1) / itemSize) + 2 * body;
+        std::size_t end = m_line.size();
+        m_line.resize(std::max(end, std::min(end + whole, LongestDumpLine)));
         for (std::size_t at = HeaderSize; at < m_size; at += itemSize) {
             const std::size_t count = std::min(itemSize, m_size - at);
-            if (m_line.size() + 3 + 2 * count > LongestDumpLine) {
-                return;
+            if (end + 3 + 2 * count > m_line.size()) {
+                break;
             }
-            m_line += " 0x";
-            for (std::size_t i = count; i > 0; --i) {
-                AppendByte(m_packet[at + i - 1]);
-            }
+            end = StoreItem(end, m_packet + at, count);
         }
+        m_line.resize(end);
     }
 
-    void AppendByte(unsigned char byte) {
+    std::size_t StoreItem(std::size_t at, const unsigned char* bytes, std::size_t count) {
         constexpr char Digits[] = "0123456789ABCDEF";
-        m_line += Digits[byte >> 4];
-        m_line += Digits[byte & 15];
+        char* to = &m_line[at];
+        *to++ = ' ';
+        *to++ = '0';
+        *to++ = 'x';
+        for (std::size_t i = count; i > 0; --i) {
+            *to++ = Digits[bytes[i - 1] >> 4];
+            *to++ = Digits[bytes[i - 1] & 15];
+        }
+        return at + 3 + 2 * count;
     }
 
     const unsigned char* m_packet;

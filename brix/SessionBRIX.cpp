@@ -26,6 +26,7 @@ constexpr std::uint64_t DirectionToInstrument = 1;
 constexpr std::uint32_t BlockMode = 2;
 // No address lies in the first page.
 constexpr unsigned long SmallestAddress = 4096;
+constexpr std::size_t LargestOffset = std::numeric_limits<std::uint16_t>::max();
 // Some transports store a NUL behind the data they deliver.
 constexpr std::size_t ReadSlack = 16;
 
@@ -221,37 +222,50 @@ long CSessionBRIX::SendPacket(unsigned char* packet, std::size_t size) {
     return m_inner->Write(packet + brix::HeaderSize, size - brix::HeaderSize, &sent);
 }
 
+bool CSessionBRIX::GoesOnBehindNext() const {
+    return m_text_taken + std::size_t{1} < m_read_text.size() && m_text_taken < LargestOffset;
+}
+
 // Text and block never share a read, on purpose: a program finds the block by the read that begins
 // with its "#".
 long CSessionBRIX::Read(unsigned char* buffer, unsigned long count, unsigned long* readCount) {
+    // Formatted input takes long lines byte by byte, so this way is kept short.
+    if (count == 1 && m_inner_open && !m_raw && GoesOnBehindNext()) {
+        *buffer = static_cast<unsigned char>(m_read_text[m_text_taken]);
+        ++m_text_taken;
+        StoreCount(readCount, 1);
+        return VI_SUCCESS;
+    }
     StoreCount(readCount, 0);
     if (!m_inner_open) {
         return VI_ERROR_INV_OBJECT;
     }
-    if (m_raw) {
-        return uxvisa::Guarded([&] { return m_inner->Read(buffer, count, readCount); });
-    }
-    if (!m_read_text.empty()) {
-        TakeText(buffer, count, readCount);
-        return VI_SUCCESS;
-    }
-    if (m_rd_pos < m_rd_total) {
+    return uxvisa::Guarded([&]() -> long {
+        return m_raw ? m_inner->Read(buffer, count, readCount)
+                     : ReadPacket(buffer, count, readCount);
+    });
+}
+
+// The status is that of the last read of the transport, also when there is text.
+long CSessionBRIX::ReadPacket(unsigned char* buffer, unsigned long count,
+                              unsigned long* readCount) {
+    if (m_read_text.empty() && m_rd_pos < m_rd_total) {
         TakeBlock(buffer, count, readCount);
         return VI_SUCCESS;
     }
-    return uxvisa::Guarded([&] { return ReadPacket(buffer, count, readCount); });
+    const long status = m_read_text.empty() ? ReceivePacket() : VI_SUCCESS;
+    TakeText(buffer, count, readCount);
+    return status;
 }
 
 void CSessionBRIX::TakeText(unsigned char* buffer, unsigned long count, unsigned long* readCount) {
     const std::size_t taken = std::min(count, m_read_text.size() - m_text_taken);
-    std::copy_n(m_read_text.data() + m_text_taken, taken, buffer);
+    std::copy_n(m_read_text.data() + m_text_taken, taken, reinterpret_cast<char*>(buffer));
     StoreCount(readCount, taken);
     const std::size_t behind = m_text_taken + taken;
-    m_text_taken = 0;
-    if (behind == m_read_text.size()) {
-        m_read_text.clear();
-    } else if (behind > std::numeric_limits<std::uint16_t>::max()) {
+    if (behind == m_read_text.size() || behind > LargestOffset) {
         m_read_text.erase(0, behind);
+        m_text_taken = 0;
     } else {
         m_text_taken = static_cast<std::uint16_t>(behind);
     }
@@ -265,9 +279,8 @@ void CSessionBRIX::TakeBlock(unsigned char* buffer, unsigned long count, unsigne
     StoreCount(readCount, taken);
 }
 
-// The status is that of the last read of the transport, also when there is text.
-long CSessionBRIX::ReadPacket(unsigned char* buffer, unsigned long count,
-                              unsigned long* readCount) {
+// Leaves text when the packet is complete, whatever the status.
+long CSessionBRIX::ReceivePacket() {
     long status = VI_SUCCESS;
     if (m_rd_count == 0) {
         status = ReceiveHeader();
@@ -285,7 +298,6 @@ long CSessionBRIX::ReadPacket(unsigned char* buffer, unsigned long count,
         return status;
     }
     DecodePacket();
-    TakeText(buffer, count, readCount);
     return status;
 }
 

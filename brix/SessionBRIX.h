@@ -41,10 +41,12 @@ private:
     UXVISA_INTERNAL long SendPacket(unsigned char* packet, std::size_t size);
     UXVISA_INTERNAL long ReadPacket(unsigned char* buffer, unsigned long count,
                                     unsigned long* readCount);
+    UXVISA_INTERNAL long ReceivePacket();
     UXVISA_INTERNAL long ReceiveHeader();
     UXVISA_INTERNAL long ReceiveBody();
     UXVISA_INTERNAL void DecodePacket();
     UXVISA_INTERNAL void PrepareBlock();
+    UXVISA_INTERNAL bool GoesOnBehindNext() const;
     UXVISA_INTERNAL void TakeText(unsigned char* buffer, unsigned long count,
                                   unsigned long* readCount);
     UXVISA_INTERNAL void TakeBlock(unsigned char* buffer, unsigned long count,

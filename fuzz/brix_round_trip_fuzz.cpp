@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0) {
         return 0;
     }
-    const unsigned int valueSize = std::max(1, data[0] >> 4);
+    const unsigned int valueSize = static_cast<unsigned int>(std::max(data[0] >> 4, 1));
     const unsigned int frac = data[0] & 15;
     const unsigned int used = std::min(valueSize, Longest);
     std::string line = "TEXT (b=" + std::to_string(valueSize * 16 + frac) + ")=";

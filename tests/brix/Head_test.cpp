@@ -41,7 +41,7 @@ TEST(Head, LeavesCommandDummyAndIdUnsetOnPurpose) {
     alignas(CHead) unsigned char memory[sizeof(CHead)];
     std::memset(memory, 0x5A, sizeof memory);
     new (memory) CHead;
-    for (const std::size_t offset : {2, 3, 10, 11, 16, 23}) {
+    for (const int offset : {2, 3, 10, 11, 16, 23}) {
         EXPECT_EQ(memory[offset], 0x5A) << offset;
     }
 }

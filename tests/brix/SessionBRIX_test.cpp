@@ -682,7 +682,7 @@ TEST_F(SessionBRIX, ALongLineInPiecesOfEverySize) {
     Bring(inner, packet);
     const std::string whole = Read(session, 200000).data;
     ASSERT_GT(whole.size(), 99980U);
-    for (const std::size_t size : {777, 32768, 40000, 65535, 65536, 99000}) {
+    for (const std::size_t size : {777U, 32768U, 40000U, 65535U, 65536U, 99000U}) {
         Bring(inner, packet);
         std::string line;
         while (line.size() < whole.size()) {
@@ -716,7 +716,7 @@ TEST_F(SessionBRIX, TextAndBlockNeverShareAReadOnPurpose) {
 
 TEST_F(SessionBRIX, BodiesOfTwoBytesAreNoBlock) {
     Set(VI_ATTR_BRIX_DECODE_MODE, 2);
-    for (const std::size_t bodyLen : {1, 2}) {
+    for (const std::size_t bodyLen : {1U, 2U}) {
         Bring(inner, BlockReply(bodyLen));
         EXPECT_EQ(Read(session, 1000).data.substr(0, 17),
                   "BLOCK ( BodyLen=" + std::to_string(bodyLen));
