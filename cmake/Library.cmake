@@ -24,6 +24,14 @@ uxvisa_object_library(uxvisa_objects
   api/StatusTexts.cpp
   api/UxVISA.cpp
   api/main.cpp
+  brix/Decoder.cpp
+  brix/Encoder.cpp
+  brix/Head.cpp
+  brix/PacketText.cpp
+  brix/ProtocolLibrary.cpp
+  brix/SessionBRIX.cpp
+  brix/TextNumbers.cpp
+  brix/ValueCodec.cpp
   core/BaseSession.cpp
   core/CommonLib.cpp
   core/FormatPieces.cpp

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "brix/SessionBRIX.h"
 #include "transports/SessionExt.h"
 #include "transports/SessionTCPIP.h"
 #include "transports/SessionUSOCK.h"
@@ -56,14 +57,15 @@ SessionChoice MakeDriverSession(const DriverWord& driver) {
 } // namespace
 
 // The word decides before the interface does.
-SessionChoice MakeSession(const std::string& classWord, unsigned short interfaceType, ISession*) {
+SessionChoice MakeSession(const std::string& classWord, unsigned short interfaceType,
+                          ISession* manager) {
     const auto driver = std::find_if(std::begin(DriverWords), std::end(DriverWords),
                                      [&](const DriverWord& row) { return row.word == classWord; });
     if (driver != std::end(DriverWords)) {
         return MakeDriverSession(*driver);
     }
     if (classWord == "BRIX") {
-        return NotFound();
+        return Chosen<CSessionBRIX>(manager);
     }
     switch (interfaceType) {
     case VI_INTF_TCPIP:

@@ -12,6 +12,8 @@
  *     "USOCK::path::SOCKET". Resources that end in ECAL, TRM, QUILL, NFM, GNM or SAPROC are served
  *     by driver libraries of their own, and "TCPIP::host::INSTR" (VXI-11) by the driver library
  *     that the program binds; without the library all of these answer VI_ERROR_LIBRARY_NFOUND.
+ *     "::BRIX" behind one of these resources speaks the binary command protocol over it, in lines
+ *     of text, with the protocol-description library of the working directory.
  *     Other interfaces (GPIB, USB, serial) answer VI_ERROR_RSRC_NFOUND; a TCPIP resource with any
  *     other word answers VI_ERROR_INV_RSRC_NAME.
  *   - viFindRsrc() finds instruments on the LAN that answer the library's own discovery request or

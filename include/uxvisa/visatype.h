@@ -360,6 +360,12 @@ typedef ViStatus (*ViHndlr)(ViSession vi, ViEventType eventType, ViEvent event, 
 #define VI_ATTR_TCPIP_HISLIP_MAX_MESSAGE_KB (0x3FFF0302UL)
 #define VI_ATTR_TCPIP_IS_HISLIP (0x3FFF0303UL)
 
+/* This library's own, answered by BRIX sessions only; each is stored as 32 bits. */
+#define VI_ATTR_BRIX_SPLIT_WRITE (0x3FFF0246UL) /**< Header and body in two writes: 0 or 1. */
+#define VI_ATTR_BRIX_FULL_HEADER (0x3FFF0247UL) /**< Lines show every header field: 0 or 1. */
+#define VI_ATTR_BRIX_DECODE_MODE (0x3FFF0248UL) /**< 0; 1: bodies as numbers; 2: as blocks. */
+#define VI_ATTR_BRIX_RAW (0x3FFF0249UL)         /**< Bytes pass as they are: 0 or 1. */
+
 /* ---- Attributes of events ---- */
 
 #define VI_ATTR_JOB_ID (0x3FFF4006UL)

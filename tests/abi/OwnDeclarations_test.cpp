@@ -129,6 +129,79 @@ public:
     bool m_flag;
 };
 
+class CHead {
+public:
+    CHead();
+    CHead& operator=(const CHead&);
+    int NumParam();
+    int LenParam();
+    int FracParam();
+    void SetFlags(short, short, short);
+    int Check(unsigned short);
+    int Check(short, short, short, bool);
+
+    unsigned short Signature;
+    unsigned short Command;
+    short Status;
+    unsigned short BodyLen;
+    unsigned short m_flags;
+    unsigned short Dummy;
+    long ID;
+};
+
+enum EValueSign { VS_SIGNED, VS_UNSIGNED, VS_SIGNED_IF_FRACTION };
+int str2int(const char*, unsigned int*, bool);
+double str2double(const char*, unsigned int*);
+double ReadComplexValue2(const unsigned char*, unsigned int, unsigned int, EValueSign, unsigned int,
+                         unsigned int);
+int WriteComplexValue(unsigned char*, unsigned int, unsigned int, double, int);
+std::string bin_to_str(unsigned char*, int);
+std::string Arg(const char*);
+
+class CSessionBRIX : public CBaseSession {
+public:
+    explicit CSessionBRIX(ISession*);
+    ~CSessionBRIX() override;
+    long OpenConnection(char*, unsigned long, unsigned long) override;
+    long CloseConnection() override;
+    long SetAttribute(unsigned long, unsigned long) override;
+    long GetAttribute(unsigned long, void*) override;
+    long Read(unsigned char*, unsigned long, unsigned long*) override;
+    long Write(unsigned char*, unsigned long, unsigned long*) override;
+    long Clear() override;
+    long Flush(unsigned short) override;
+    int TextToBinary(const char*, int, unsigned char**) const;
+    std::string BinaryToText(unsigned char*, bool, int, int, short) const;
+    std::string ExGetErrorName(int, int) const;
+
+    ISession* m_parent;
+    ISession* m_inner;
+    std::string m_pending;
+    std::string m_read_text;
+    unsigned char m_packet[16 + 65536];
+    unsigned int m_rd_count;
+    unsigned int m_rd_total;
+    unsigned int m_rd_pos;
+    unsigned long m_direction;
+    bool m_split_write;
+    bool m_full_header;
+    unsigned int m_decode_mode;
+    char m_termchar;
+    bool m_raw;
+    int m_prot_handle;
+    void* m_library;
+    int (*m_open_session)(int*);
+    int (*m_load)(int, const char*);
+    const char* (*m_error_name)(int, int);
+    const char* (*m_command_name)(int, int);
+    const char* (*m_parameter_name)(int, int);
+    int (*m_command_id)(int, const char*);
+    char (*m_parameter_fract)(int, int, int);
+    char (*m_parameter_size)(int, int, int);
+    int (*m_parameter_id)(int, const char*);
+    void (*m_close_session)(int);
+};
+
 extern CResourceManager* ResManager;
 extern const int OPT_RCVBUF;
 int CreateSocket();
@@ -202,6 +275,53 @@ TEST(OwnDeclarations, FieldsLieWhereTheyAreDeclared) {
     EXPECT_EQ(session.FillRequest(request, sizeof request), 16);
     EXPECT_STREQ(request, "UxVISA Discovery");
     EXPECT_EQ(OPT_RCVBUF, 65535);
+}
+
+TEST(OwnDeclarations, BrixPacketsAndValues) {
+    CHead head;
+    head.SetFlags(2, 4, 1);
+    head.BodyLen = 10;
+    EXPECT_EQ(head.m_flags, 0x4102);
+    EXPECT_EQ(head.NumParam() + head.LenParam() + head.FracParam(), 7);
+    EXPECT_EQ(head.Check(2, 4, 1, true), 0);
+    EXPECT_EQ(head.Check(33), -32755);
+    CHead copy;
+    copy = head;
+    EXPECT_EQ(copy.m_flags, 0x4102);
+    unsigned int consumed = 0;
+    EXPECT_EQ(str2int("0x10", &consumed, true), 16);
+    EXPECT_EQ(str2double("1.5", &consumed), 1.5);
+    unsigned char bytes[4] = {};
+    EXPECT_EQ(WriteComplexValue(bytes, 2, 1, -1.5, 1), 4);
+    EXPECT_EQ(ReadComplexValue2(bytes, 0, 1, VS_SIGNED, 2, 1), -1.5);
+    EXPECT_EQ(bin_to_str(bytes, 1), "\"\\0\"");
+    EXPECT_EQ(Arg("x"), " x=");
+}
+
+TEST(OwnDeclarations, BrixFieldsLieWhereTheyAreDeclared) {
+    CBaseSession parent;
+    CSessionBRIX session(&parent);
+    EXPECT_EQ(session.m_parent, &parent);
+    EXPECT_EQ(session.m_inner, nullptr);
+    EXPECT_EQ(session.m_direction, 2UL);
+    EXPECT_EQ(session.m_rd_count + session.m_rd_total + session.m_rd_pos, 0U);
+    EXPECT_EQ(session.m_termchar, '\n');
+    EXPECT_EQ(session.m_library, nullptr);
+    EXPECT_EQ(session.m_close_session, nullptr);
+    EXPECT_EQ(session.SetAttribute(0x3FFF0246UL, 1), 0);
+    EXPECT_EQ(session.SetAttribute(0x3FFF0248UL, 77), 0);
+    EXPECT_EQ(session.SetAttribute(0x3FFF0249UL, 1), 0);
+    EXPECT_TRUE(session.m_split_write && session.m_raw && !session.m_full_header);
+    EXPECT_EQ(session.m_decode_mode, 77U);
+    session.m_error_name = [](int, int) { return "NAME=text"; };
+    EXPECT_EQ(session.ExGetErrorName(0, 1), "NAME");
+    unsigned char packet[16] = {0xAA, 0x55, 33};
+    EXPECT_EQ(session.BinaryToText(packet, false, 0, 0, 0), "0x33");
+    unsigned char* encoded = nullptr;
+    session.m_command_id = [](int handle, const char*) { return handle; };
+    EXPECT_EQ(session.TextToBinary("ANY", 5, &encoded), 0);
+    EXPECT_EQ(encoded[2], 5);
+    delete[] encoded;
 }
 
 TEST(OwnDeclarations, TheGlobalManagerIsReached) {

@@ -212,8 +212,16 @@ TEST(ResourceManagerOpen, Vxi11NeedsADriverThatNobodyHereLoads) {
     EXPECT_EQ(OpenStatus("TCPIP0::127.0.0.1::hislip0::INSTR"), VI_ERROR_LIBRARY_NFOUND);
 }
 
+TEST(ResourceManagerOpen, BrixNeedsAProtocolLibraryThatIsNotHere) {
+    for (const char* resource :
+         {"TCPIP0::127.0.0.1::5025::BRIX", "tcpip0::127.0.0.1::5025::brix", "USB0::1::2::BRIX"}) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(OpenStatus(resource), VI_ERROR_LIBRARY_NFOUND) << resource;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << resource;
+    }
+}
+
 TEST(ResourceManagerOpen, WhatHasNoSessionYetIsNotFound) {
-    EXPECT_EQ(OpenStatus("TCPIP0::127.0.0.1::5025::BRIX"), VI_ERROR_RSRC_NFOUND);
     EXPECT_EQ(OpenStatus("ttyS0::INSTR"), VI_ERROR_RSRC_NFOUND);
 }
 

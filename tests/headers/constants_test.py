@@ -16,6 +16,10 @@ FEWEST_COMPARED = 426
 # Names that PyVISA does not have, each for a reason of its own.
 ONLY_HERE = {
     "_VI_ERROR",  # what errors are made from
+    "VI_ATTR_BRIX_SPLIT_WRITE",  # this library's own protocol
+    "VI_ATTR_BRIX_FULL_HEADER",
+    "VI_ATTR_BRIX_DECODE_MODE",
+    "VI_ATTR_BRIX_RAW",
     "VI_ERROR_INV_SESSION",  # an older name
     "VI_ERROR_LINE_NRESERVED",
     "VI_INTF_USOCK",  # this library's own interface
