@@ -34,6 +34,9 @@ uxvisa_object_library(uxvisa_objects
   transports/EmulatorRecord.cpp
   transports/LogMessage.cpp
   transports/RpcRecord.cpp
+  transports/SerialCalls.cpp
+  transports/SerialPorts.cpp
+  transports/SessionASRL.cpp
   transports/SessionClasses.cpp
   transports/SessionExt.cpp
   transports/SessionTCPIP.cpp

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "transports/SessionASRL.h"
 #include "transports/SessionExt.h"
 #include "transports/SessionTCPIP.h"
 #include "transports/SessionUSOCK.h"
@@ -66,6 +67,8 @@ SessionChoice MakeSession(const std::string& classWord, unsigned short interface
         return NotFound();
     }
     switch (interfaceType) {
+    case VI_INTF_ASRL:
+        return Chosen<CSessionASRL>();
     case VI_INTF_TCPIP:
         return classWord == "INSTR" ? Chosen<CSessionVXI11>() : Chosen<CSessionTCPIP>();
     case VI_INTF_USOCK:

@@ -214,7 +214,11 @@ TEST(ResourceManagerOpen, Vxi11NeedsADriverThatNobodyHereLoads) {
 
 TEST(ResourceManagerOpen, WhatHasNoSessionYetIsNotFound) {
     EXPECT_EQ(OpenStatus("TCPIP0::127.0.0.1::5025::BRIX"), VI_ERROR_RSRC_NFOUND);
-    EXPECT_EQ(OpenStatus("ttyS0::INSTR"), VI_ERROR_RSRC_NFOUND);
+}
+
+TEST(ResourceManagerOpen, SerialPortsAreDevicesUnderAnyWord) {
+    EXPECT_EQ(OpenStatus("ttyUxVisaAbsent0::INSTR"), VI_ERROR_RSRC_NFOUND);
+    EXPECT_EQ(OpenStatus("ttyUxVisaAbsent0::RAW"), VI_ERROR_RSRC_NFOUND);
 }
 
 TEST(ResourceManagerOpen, ReturnsTheStatusOfAFailedConnection) {
