@@ -12,6 +12,7 @@ prefix=$work/prefix
 check() { [ "$1" = "$2" ] || { echo "expected '$2', got '$1'" >&2; exit 1; }; }
 check "$(readlink "$prefix/$libdir/libUxVisa.so")" libUxVisa.so.2
 check "$(readlink "$prefix/$libdir/libUxVisa.so.2")" "libUxVisa.so.$version"
+check "$(stat -c %a "$prefix/lib/udev/rules.d/70-uxvisa.rules")" 644
 export LD_LIBRARY_PATH=$prefix/$libdir
 
 "$cmake" -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
