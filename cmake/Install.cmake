@@ -18,3 +18,6 @@ install(EXPORT UxVisaTargets NAMESPACE UxVisa:: DESTINATION ${CMAKE_INSTALL_LIBD
 configure_file(cmake/uxvisa.pc.in ${CMAKE_CURRENT_BINARY_DIR}/uxvisa.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/uxvisa.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Not under the library folder of the platform: udev looks in lib/udev of /usr and /usr/local.
+install(FILES packaging/70-uxvisa.rules DESTINATION lib/udev/rules.d)

@@ -47,6 +47,9 @@ uxvisa_object_library(uxvisa_objects
   transports/LogMessage.cpp
   transports/RpcRecord.cpp
   transports/SearchExpression.cpp
+  transports/SerialCalls.cpp
+  transports/SerialPorts.cpp
+  transports/SessionASRL.cpp
   transports/SessionClasses.cpp
   transports/SessionExt.cpp
   transports/SessionTCPIP.cpp

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "brix/SessionBRIX.h"
+#include "transports/SessionASRL.h"
 #include "transports/SessionExt.h"
 #include "transports/SessionTCPIP.h"
 #include "transports/SessionUSOCK.h"
@@ -68,6 +69,8 @@ SessionChoice MakeSession(const std::string& classWord, unsigned short interface
         return Chosen<CSessionBRIX>(manager);
     }
     switch (interfaceType) {
+    case VI_INTF_ASRL:
+        return Chosen<CSessionASRL>();
     case VI_INTF_TCPIP:
         return classWord == "INSTR" ? Chosen<CSessionVXI11>() : Chosen<CSessionTCPIP>();
     case VI_INTF_USOCK:
@@ -79,6 +82,7 @@ SessionChoice MakeSession(const std::string& classWord, unsigned short interface
 
 std::vector<std::unique_ptr<ISession>> MakeSearchableSessions() {
     std::vector<std::unique_ptr<ISession>> sessions;
+    sessions.push_back(std::make_unique<CSessionASRL>());
     sessions.push_back(std::make_unique<CSessionTCPIP>());
     sessions.push_back(std::make_unique<CSessionVXI11>());
     return sessions;

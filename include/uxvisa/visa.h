@@ -12,12 +12,12 @@
  *     "USOCK::path::SOCKET". Resources that end in ECAL, TRM, QUILL, NFM, GNM or SAPROC are served
  *     by driver libraries of their own, and "TCPIP::host::INSTR" (VXI-11) by the driver library
  *     that the program binds; without the library all of these answer VI_ERROR_LIBRARY_NFOUND.
- *     "::BRIX" behind one of these resources speaks the binary command protocol over it, in lines
- *     of text, with the protocol-description library of the working directory.
- *     Other interfaces (GPIB, USB, serial) answer VI_ERROR_RSRC_NFOUND; a TCPIP resource with any
- *     other word answers VI_ERROR_INV_RSRC_NAME.
- *   - viFindRsrc() finds instruments on the LAN that answer the library's own discovery request or
- *     that have a portmapper with VXI-11.
+ *     Serial ports are opened by their device's name, "ttyUSB0::INSTR". "::BRIX" behind one of
+ *     these resources speaks the binary command protocol over it, in lines of text, with the
+ *     protocol-description library of the working directory. Other interfaces (GPIB, USB) answer
+ *     VI_ERROR_RSRC_NFOUND; a TCPIP resource with any other word answers VI_ERROR_INV_RSRC_NAME.
+ *   - viFindRsrc() finds serial ports, USB instruments, and on the LAN instruments that answer the
+ *     library's own discovery request or that have a portmapper with VXI-11.
  *
  * Statuses
  * --------
@@ -179,6 +179,9 @@ ViStatus viParseRsrcEx(ViSession sesn, ViConstRsrc rsrcName, ViPUInt16 intfType,
  * decimal number that is not 0, of which the low 16 bits count; what follows its digits is
  * ignored.
  *
+ * "ttyUSB0::INSTR": a serial port by the name of its device under /dev, in its own case and with
+ * "tty" in it, and any word. The line is raw, 115200 baud, 8 data bits, no parity, 1 stop bit.
+ *
  * Blocks while the system's resolver looks up the host name, for as long as that takes, and then
  * up to 5 s for the connection. See Threads.
  *
@@ -192,8 +195,10 @@ ViStatus viParseRsrcEx(ViSession sesn, ViConstRsrc rsrcName, ViPUInt16 intfType,
  * @return VI_SUCCESS;
  *         VI_ERROR_INV_RSRC_NAME: fewer than two words, an unknown interface name, a port missing
  *         or 0, or, for TCPIP sockets, not exactly four words;
- *         VI_ERROR_RSRC_NFOUND: the connection failed, as where nobody listens at the port, or no
- *         session class serves the resource;
+ *         VI_ERROR_RSRC_NFOUND: the connection failed, as where nobody listens at the port or a
+ *         device is absent or not for this user, or no session class serves the resource;
+ *         -1: a serial port's device is no terminal, or has no hardware behind it, which a line on
+ *         standard output says too;
  *         VI_ERROR_TMO: no answer within 5 s, no route to the host, or a host name that is not
  *         known;
  *         VI_ERROR_USER_BUF: @p vi is null; nothing is opened;
@@ -232,12 +237,18 @@ ViStatus viClose(ViObject vi);
  *     VI_FALSE, the initial state, does not. The termination character is always the line feed
  *     (10).
  *
+ * A serial port knows VI_ATTR_TMO_VALUE (any value, without effect on transfers) and
+ * VI_ATTR_ASRL_BAUD, _DATA_BITS, _PARITY, _STOP_BITS, _XON_CHAR and _XOFF_CHAR; what each takes,
+ * and which of them do less than their names say, is in docs/contracts.md.
+ *
  * @param vi         a session
  * @param attribute  a VI_ATTR_ identifier, zero-extended
  * @param attrState  the value
  *
  * @return VI_SUCCESS;
  *         VI_ERROR_NSUP_ATTR: the session has no such attribute, or it cannot be set;
+ *         VI_ERROR_NSUP_ATTR_STATE, VI_ERROR_INV_PARAMETER, VI_ERROR_RSRC_NFOUND: a serial port
+ *         does not take the value;
  *         VI_ERROR_INV_OBJECT, also for the resource manager's handle.
  */
 ViStatus viSetAttribute(ViObject vi, ViAttr attribute, ViAttrState attrState);
@@ -256,6 +267,9 @@ ViStatus viSetAttribute(ViObject vi, ViAttr attribute, ViAttrState attrState);
  * A search list answers texts about the resource it gave last, "" where there is none, of at most
  * VI_FIND_BUFLEN bytes with the NUL: VI_ATTR_MANF_NAME, VI_ATTR_MODEL_NAME, VI_ATTR_USB_SERIAL_NUM,
  * VI_ATTR_TCPIP_ADDR, and 0x3FFF024A, the name that an instrument on the LAN gives itself.
+ *
+ * A serial port answers every attribute with VI_SUCCESS, on purpose, and stores only
+ * VI_ATTR_TMO_VALUE, in 4 bytes: pass a ViUInt32 preset to 0.
  *
  * @param vi         any object
  * @param attribute  a VI_ATTR_ identifier, zero-extended
@@ -342,10 +356,15 @@ ViStatus viUninstallHandler(ViSession vi, ViEventType eventType, ViHndlr handler
  * viScanf() has in its buffer are not delivered here: a session should use one of the two ways of
  * reading.
  *
+ * A serial port delivers what is there, line feeds or not, and nothing that comes later: a silent
+ * line is VI_ERROR_CONN_LOST after about 6 ms and can be read again. It stores a NUL behind the
+ * data, so the buffer has @p count bytes and one more; @p retCount is written on VI_SUCCESS only.
+ *
  * Blocks at most VI_ATTR_TMO_VALUE, after the time of a reconnect if the connection was broken.
  *
  * @param vi        a session
- * @param buf       receives the bytes; at least @p count of them. No NUL is added
+ * @param buf       receives the bytes; at least @p count of them. No NUL is added, except by a
+ *                  serial port
  * @param count     bytes wanted, up to 4294967295. 0 succeeds without waiting for data
  * @param retCount  receives the number of bytes delivered, with every status; may be null
  *
@@ -372,6 +391,9 @@ ViStatus viReadToFile(ViSession vi, ViConstString filename, ViUInt32 count, ViPU
  *
  * Returns when the system has taken the bytes; the instrument may still be receiving them. Blocks
  * at most VI_ATTR_TMO_VALUE, after the time of a reconnect if the connection was broken.
+ *
+ * A serial port takes all bytes or answers VI_ERROR_CONN_LOST, waits until they are out on the
+ * line, and never writes @p retCount, on purpose.
  *
  * @param vi        a session
  * @param buf       the bytes
@@ -405,6 +427,7 @@ ViStatus viReadSTB(ViSession vi, ViPUInt16 status);
  *
  * Data on their way are lost. Bytes that viScanf() has in its buffer stay there. Blocks for the
  * time of a reconnect: at least 0.5 s, at most about 3 s. The host name is not looked up again.
+ * A serial port is closed and opened again at once, and its attributes are those of a new session.
  *
  * @param vi  a session
  *
@@ -421,12 +444,14 @@ ViStatus viClear(ViSession vi);
 ViStatus viSetBuf(ViSession vi, ViUInt16 mask, ViUInt32 size);
 
 /**
- * A TCP socket session has nothing to flush: what is written is sent at once.
+ * A TCP socket session has nothing to flush: what is written is sent at once. A serial port drops
+ * what has arrived and was not read.
  *
  * @param vi    a session
  * @param mask  ignored
  *
- * @return VI_ERROR_NIMPL_OPER for a TCP socket session; VI_ERROR_INV_OBJECT.
+ * @return VI_SUCCESS for a serial port; VI_ERROR_CONN_LOST when its device is gone;
+ *         VI_ERROR_NIMPL_OPER for a TCP socket session; VI_ERROR_INV_OBJECT.
  */
 ViStatus viFlush(ViSession vi, ViUInt16 mask);
 

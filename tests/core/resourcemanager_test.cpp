@@ -221,8 +221,15 @@ TEST(ResourceManagerOpen, BrixNeedsAProtocolLibraryThatIsNotHere) {
     }
 }
 
-TEST(ResourceManagerOpen, WhatHasNoSessionYetIsNotFound) {
-    EXPECT_EQ(OpenStatus("ttyS0::INSTR"), VI_ERROR_RSRC_NFOUND);
+TEST(ResourceManagerOpen, InterfacesWithoutASessionAreNotFound) {
+    EXPECT_EQ(OpenStatus("GPIB0::5::INSTR"), VI_ERROR_RSRC_NFOUND);
+    EXPECT_EQ(OpenStatus("USB0::0x1::0x2::3::0::INSTR"), VI_ERROR_RSRC_NFOUND);
+    EXPECT_EQ(OpenStatus("GPIB0::5::SOCKET"), VI_ERROR_RSRC_NFOUND);
+}
+
+TEST(ResourceManagerOpen, SerialPortsAreDevicesUnderAnyWord) {
+    EXPECT_EQ(OpenStatus("ttyUxVisaAbsent0::INSTR"), VI_ERROR_RSRC_NFOUND);
+    EXPECT_EQ(OpenStatus("ttyUxVisaAbsent0::RAW"), VI_ERROR_RSRC_NFOUND);
 }
 
 TEST(ResourceManagerOpen, ReturnsTheStatusOfAFailedConnection) {

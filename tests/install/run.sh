@@ -16,6 +16,7 @@ check "$(readlink "$prefix/$libdir/libUxVisa.so.2")" "libUxVisa.so.$version"
 # Sessions load this one by its whole name; a shorter one would only be in the way.
 check "$(cd "$prefix/$libdir" && echo libProtoDesc*)" libProtoDesc.so.1.0.0
 [ -f "$prefix/share/uxvisa/brix/Protocol.xml" ]
+check "$(stat -c %a "$prefix/lib/udev/rules.d/70-uxvisa.rules")" 644
 export LD_LIBRARY_PATH=$prefix/$libdir
 
 "$cmake" -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
