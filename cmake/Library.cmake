@@ -1,5 +1,7 @@
 # The library itself. The objects are built once: the shared library is what users load, the static
 # one serves the unit tests, which reach helpers that the shared library does not export.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(LIBUDEV REQUIRED IMPORTED_TARGET libudev)
 check_cxx_compiler_flag(-fno-gnu-unique UXVISA_HAS_NO_GNU_UNIQUE)
 
 function(uxvisa_object_library name)
@@ -42,6 +44,7 @@ uxvisa_object_library(uxvisa_objects
   transports/BcastUDP.cpp
   transports/BroadcastSocket.cpp
   transports/DiscoveryReply.cpp
+  transports/DeviceFile.cpp
   transports/EmulatorRecord.cpp
   transports/GetHostByAddrThread.cpp
   transports/LogMessage.cpp
@@ -53,17 +56,22 @@ uxvisa_object_library(uxvisa_objects
   transports/SessionClasses.cpp
   transports/SessionExt.cpp
   transports/SessionTCPIP.cpp
+  transports/SessionUSBTMC.cpp
   transports/SessionUSOCK.cpp
   transports/SessionVXI11.cpp
   transports/StreamSocket.cpp
   transports/Vxi11Identity.cpp)
+  transports/UsbDescriptors.cpp)
+
+target_link_libraries(uxvisa_objects PRIVATE PkgConfig::LIBUDEV)
 
 add_library(UxVisa SHARED
   $<TARGET_OBJECTS:uxvisa_objects> $<TARGET_OBJECTS:uxvisa_system_calls>)
 add_library(UxVisa::UxVisa ALIAS UxVisa)
 set_target_properties(UxVisa PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 2
   LINKER_LANGUAGE CXX LINK_DEPENDS ${PROJECT_SOURCE_DIR}/api/exports.map)
-target_link_libraries(UxVisa PRIVATE uxvisa_options)
+# Private: neither the installed CMake package nor the headers make users look for it.
+target_link_libraries(UxVisa PRIVATE uxvisa_options PkgConfig::LIBUDEV)
 target_link_options(UxVisa PRIVATE
   LINKER:--version-script=${PROJECT_SOURCE_DIR}/api/exports.map
   LINKER:-z,relro LINKER:-z,now)
@@ -78,3 +86,4 @@ add_library(uxvisa_static STATIC EXCLUDE_FROM_ALL
   $<TARGET_OBJECTS:uxvisa_objects> $<TARGET_OBJECTS:uxvisa_system_calls>)
 target_include_directories(uxvisa_static INTERFACE
   ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_link_libraries(uxvisa_static PUBLIC PkgConfig::LIBUDEV)

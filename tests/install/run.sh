@@ -28,6 +28,10 @@ export LD_LIBRARY_PATH=$prefix/$libdir
 export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
 pkg() { pkg-config --define-prefix "$@" uxvisa; }
 check "$(pkg --modversion)" "$version"
+# What the library itself is linked with is no business of a program that links with it.
+check "$(pkg --libs | grep -c udev || true)" 0
+check "$(pkg --libs --static | grep -c -- -ludev || true)" 1
+check "$(grep -rci udev "$prefix/$libdir/cmake" | grep -vc ':0$' || true)" 0
 # shellcheck disable=SC2046
 "$cc" -std=c99 -Wall -Wextra -Wpedantic -Werror $(pkg --cflags) "$consumer/consumer.c" \
     -o "$work/consumer" $(pkg --libs)
