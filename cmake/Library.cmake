@@ -29,6 +29,7 @@ uxvisa_object_library(uxvisa_objects
   core/FormatPieces.cpp
   core/FormattedInput.cpp
   core/FormattedOutput.cpp
+  core/LogFile.cpp
   core/resourcemanager.cpp
   transports/BcastUDP.cpp
   transports/EmulatorRecord.cpp
