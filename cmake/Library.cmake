@@ -31,6 +31,10 @@ uxvisa_object_library(uxvisa_objects
   core/FormattedOutput.cpp
   core/LogFile.cpp
   core/resourcemanager.cpp
+  monitor/MonitorBlock.cpp
+  monitor/SessionDebug.cpp
+  monitor/SessionHook.cpp
+  monitor/SharedObject.cpp
   transports/BcastUDP.cpp
   transports/EmulatorRecord.cpp
   transports/LogMessage.cpp
@@ -51,7 +55,9 @@ target_link_libraries(UxVisa PRIVATE uxvisa_options)
 target_link_options(UxVisa PRIVATE
   LINKER:--version-script=${PROJECT_SOURCE_DIR}/api/exports.map
   LINKER:-z,relro LINKER:-z,now)
+# The source folder, because the headers of the classes include each other from there.
 target_include_directories(UxVisa INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include/uxvisa>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
