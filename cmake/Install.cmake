@@ -2,7 +2,13 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS UxVisa EXPORT UxVisaTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/uxvisa/visa.h include/uxvisa/visatype.h
+  include/uxvisa/VisaSession.h include/uxvisa/hook.h include/uxvisa/logfile.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uxvisa)
+# The classes that programs use, under the paths by which their headers include each other.
+install(FILES core/BaseSession.h core/Export.h core/ISession.h core/LogFile.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uxvisa/core)
+install(FILES monitor/SessionDebug.h monitor/SessionHook.h monitor/SharedObject.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uxvisa/monitor)
 
 configure_package_config_file(cmake/UxVisaConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/UxVisaConfig.cmake

@@ -39,12 +39,17 @@ uxvisa_object_library(uxvisa_objects
   core/FormatPieces.cpp
   core/FormattedInput.cpp
   core/FormattedOutput.cpp
+  core/LogFile.cpp
   core/SessionFindList.cpp
   core/resourcemanager.cpp
+  monitor/MonitorBlock.cpp
+  monitor/SessionDebug.cpp
+  monitor/SessionHook.cpp
+  monitor/SharedObject.cpp
   transports/BcastUDP.cpp
   transports/BroadcastSocket.cpp
-  transports/DiscoveryReply.cpp
   transports/DeviceFile.cpp
+  transports/DiscoveryReply.cpp
   transports/EmulatorRecord.cpp
   transports/GetHostByAddrThread.cpp
   transports/LogMessage.cpp
@@ -60,8 +65,8 @@ uxvisa_object_library(uxvisa_objects
   transports/SessionUSOCK.cpp
   transports/SessionVXI11.cpp
   transports/StreamSocket.cpp
+  transports/UsbDescriptors.cpp
   transports/Vxi11Identity.cpp)
-  transports/UsbDescriptors.cpp)
 
 target_link_libraries(uxvisa_objects PRIVATE PkgConfig::LIBUDEV)
 
@@ -75,7 +80,9 @@ target_link_libraries(UxVisa PRIVATE uxvisa_options PkgConfig::LIBUDEV)
 target_link_options(UxVisa PRIVATE
   LINKER:--version-script=${PROJECT_SOURCE_DIR}/api/exports.map
   LINKER:-z,relro LINKER:-z,now)
+# The source folder, because the headers of the classes include each other from there.
 target_include_directories(UxVisa INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include/uxvisa>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>

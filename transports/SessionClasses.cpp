@@ -8,6 +8,7 @@
 #include "transports/SessionASRL.h"
 #include "transports/SessionExt.h"
 #include "transports/SessionTCPIP.h"
+#include "transports/SessionUSBTMC.h"
 #include "transports/SessionUSOCK.h"
 #include "transports/SessionVXI11.h"
 #include "uxvisa/visatype.h"
@@ -85,6 +86,7 @@ std::vector<std::unique_ptr<ISession>> MakeSearchableSessions() {
     sessions.push_back(std::make_unique<CSessionASRL>());
     sessions.push_back(std::make_unique<CSessionTCPIP>());
     sessions.push_back(std::make_unique<CSessionVXI11>());
+    sessions.push_back(std::make_unique<CSessionUSBTMC>());
     return sessions;
 }
 

@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <netinet/in.h>
+#include <pthread.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstring>
+#include <fstream>
 #include <queue>
 #include <string>
 #include <vector>
@@ -202,6 +205,69 @@ public:
     void (*m_close_session)(int);
 };
 
+class CSharedObject {
+public:
+    CSharedObject();
+    ~CSharedObject();
+    int OpenSObj(const char*);
+    int CloseSObj();
+    unsigned int* GetData();
+    unsigned char* GetBuffer();
+    int Lock();
+    int Unlock();
+
+    void* m_region;
+    unsigned long m_reserved;
+    pthread_mutex_t m_mutex;
+    pthread_cond_t m_condition;
+    int m_fd;
+    std::string m_name;
+};
+
+class CSessionHook : public CBaseSession, public CSharedObject {
+public:
+    explicit CSessionHook(ISession*);
+    ~CSessionHook() override;
+    long OpenConnection(char*, unsigned long, unsigned long) override;
+    long CloseConnection() override;
+    long Read(unsigned char*, unsigned long, unsigned long*) override;
+    long Write(unsigned char*, unsigned long, unsigned long*) override;
+    long Clear() override;
+
+    ISession* m_session;
+};
+
+class CSessionDebug : public CBaseSession, public CSharedObject {
+public:
+    CSessionDebug();
+    ~CSessionDebug() override;
+    long OpenConnection(char*, unsigned long, unsigned long) override;
+    long CloseConnection() override;
+    long GetAttribute(unsigned long, void*) override;
+    long Read(unsigned char*, unsigned long, unsigned long*) override;
+
+    bool m_direction_acknowledged;
+    unsigned int m_offset;
+    unsigned char m_own_toggle;
+};
+
+class CLogFile {
+public:
+    explicit CLogFile(char const*);
+    ~CLogFile();
+    void AddString(char const*);
+    void AddDateTimeString(char const*);
+    std::string GetTimeStamp();
+    std::string GetDateStamp();
+    void Flush();
+    CLogFile& operator<<(std::string);
+    CLogFile& operator<<(int);
+    operator std::ofstream&();
+
+    unsigned long m_last_tick;
+    std::ofstream* m_stream;
+};
+
 extern CResourceManager* ResManager;
 extern const int OPT_RCVBUF;
 int CreateSocket();
@@ -322,6 +388,49 @@ TEST(OwnDeclarations, BrixFieldsLieWhereTheyAreDeclared) {
     EXPECT_EQ(session.TextToBinary("ANY", 5, &encoded), 0);
     EXPECT_EQ(encoded[2], 5);
     delete[] encoded;
+}
+
+TEST(OwnDeclarations, AHookAndItsMonitorHaveTheirFieldsInPlace) {
+    std::string name = "uxvisa-test-abi-" + std::to_string(getpid());
+    std::string watched = name + "::HOOK";
+    auto* wrapped = new Counting;
+    CSessionHook hook(wrapped);
+    CSessionDebug monitor;
+    EXPECT_EQ(hook.m_session, wrapped);
+    hook.OpenConnection(name.data(), 0, 0);
+    EXPECT_EQ(hook.m_name, name + "_v2_Map");
+    EXPECT_GT(hook.m_fd, 0);
+    EXPECT_EQ(hook.m_region, hook.GetData());
+    EXPECT_EQ(hook.m_reserved, 0UL);
+    EXPECT_EQ(pthread_mutex_trylock(&hook.m_mutex), 0);
+    EXPECT_EQ(hook.Unlock(), 0);
+    EXPECT_EQ(pthread_cond_signal(&hook.m_condition), 0);
+    EXPECT_EQ(monitor.OpenConnection(watched.data(), 0, 0), 0);
+    EXPECT_EQ(monitor.m_own_toggle, 0);
+    unsigned char text[] = "abc";
+    unsigned long count = 0;
+    EXPECT_EQ(hook.Write(text, 3, &count), 0);
+    EXPECT_EQ(monitor.Read(text, 2, &count), 0);
+    EXPECT_EQ(monitor.m_offset, 2U);
+    EXPECT_EQ(monitor.Read(text, 2, &count), 0);
+    EXPECT_EQ(monitor.m_offset, 0U);
+    EXPECT_EQ(monitor.m_own_toggle, 1);
+    EXPECT_FALSE(monitor.m_direction_acknowledged);
+    unsigned int direction = 0;
+    EXPECT_EQ(monitor.GetAttribute(0x3FFF00E8UL, &direction), 0);
+    EXPECT_EQ(direction, 1U);
+    EXPECT_TRUE(monitor.m_direction_acknowledged);
+}
+
+TEST(OwnDeclarations, ALogHasItsFieldsInPlace) {
+    CLogFile log("absent/a.log");
+    EXPECT_GT(log.m_last_tick, 0UL);
+    ASSERT_NE(log.m_stream, nullptr);
+    EXPECT_FALSE(log.m_stream->is_open());
+    EXPECT_EQ(&static_cast<std::ofstream&>(log), log.m_stream);
+    log << std::string("x") << 1;
+    EXPECT_EQ(log.GetTimeStamp().size(), 8U);
+    EXPECT_EQ(log.GetDateStamp().size(), 10U);
 }
 
 TEST(OwnDeclarations, TheGlobalManagerIsReached) {
