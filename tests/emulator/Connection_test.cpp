@@ -280,6 +280,19 @@ TEST(Connection, DelayAndChunksAddUp) {
     EXPECT_GE(steady_clock::now() - start, milliseconds(120));
 }
 
+TEST(Connection, ClosesAfterSoManyResponses) {
+    SocketPeer peer({.close_after = 2});
+    peer.Client().Send("*CLS\n*OPC?;*TST?\n*CLS\n*TST?\n*OPC?\n");
+    EXPECT_EQ(peer.Client().ReadToEnd(), "1;0\n0\n");
+    EXPECT_TRUE(peer.EndsByItself());
+}
+
+TEST(Connection, AResponseInChunksCountsOnce) {
+    SocketPeer peer({.chunk = 2, .chunk_interval = milliseconds(0), .close_after = 1});
+    EXPECT_EQ(peer.Client().Query("SYST:VERS?"), "1999.0");
+    EXPECT_EQ(peer.Client().ReadToEnd(), "");
+}
+
 TEST(Connection, SilentClientIsDropped) {
     SocketPeer peer({.idle_drop = milliseconds(1000)});
     const auto start = steady_clock::now();

@@ -79,6 +79,9 @@ public:
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
+    // The next line that the child prints, which names the address of one service.
+    std::string PrintedLine() { return m_output->ReadLine(); }
+
     // What is left to read there, up to the end of the child.
     std::string Output() { return m_output->ReadToEnd(); }
     std::string Errors() { return m_errors->ReadToEnd(); }

@@ -1,9 +1,14 @@
 #include "emulator/EmulatorProcess.h"
 
+#include "emulator/RpcRecords.h"
+#include "emulator/UdpClient.h"
+#include "tools/TemporaryDirectory.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -36,6 +41,22 @@ StreamClient ConnectWithRetries(std::uint16_t port) {
         }
     }
     throw std::runtime_error("nobody listens");
+}
+
+// The port at the end of a line that the emulator printed.
+std::uint16_t PortOf(const std::string& line, const std::string& lead) {
+    if (!line.starts_with(lead)) {
+        throw std::runtime_error("unexpected output: " + line);
+    }
+    return static_cast<std::uint16_t>(std::stoul(line.substr(lead.size())));
+}
+
+// What a portmapper call or a call of the core channel is answered.
+std::string Ask(StreamClient& client, const std::string& call) {
+    client.Send(rpc_records::Marked(call));
+    const std::string mark = client.ReadExactly(4);
+    return client.ReadExactly(
+        uxvisa::rpc::MarkedLength(reinterpret_cast<const unsigned char*>(mark.data())));
 }
 
 } // namespace
@@ -193,4 +214,109 @@ TEST(Emulator, AcceptsClientsAgainAfterDescriptorsRanOut) {
     EXPECT_EQ(clients.back().ReadLine(), "1");
     emulator.Signal(SIGTERM);
     EXPECT_EQ(emulator.Wait(), 0);
+}
+
+TEST(Emulator, ServesALocalSocketToo) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("socket");
+    EmulatorProcess emulator({"--port", "0", "--usock", path});
+    StreamClient remote = emulator.Connect();
+    EXPECT_EQ(emulator.PrintedLine(), "listening on " + path);
+    StreamClient local = StreamClient::ConnectTo(path);
+    EXPECT_EQ(local.Query("*ESE 4;*IDN?"), "Orvane,Emulator,0," UXVISA_VERSION);
+    EXPECT_EQ(remote.Query("*ESE?"), "4") << "it is the same instrument";
+    emulator.Signal(SIGTERM);
+    EXPECT_EQ(emulator.Wait(), 0);
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(Emulator, TakesTheLocalSocketOfOneThatWasKilled) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("socket");
+    EmulatorProcess first({"--port", "0", "--usock", path});
+    first.Port();
+    first.PrintedLine();
+    EmulatorProcess second({"--port", "0", "--usock", path});
+    EXPECT_EQ(second.Wait(), 1);
+    EXPECT_EQ(second.Errors(),
+              "uxvisa-emulator: cannot listen on " + path + ": Address already in use\n");
+    first.Signal(SIGKILL);
+    first.Wait();
+    EmulatorProcess third({"--port", "0", "--usock", path});
+    third.Port();
+    third.PrintedLine();
+    EXPECT_EQ(StreamClient::ConnectTo(path).Query("*OPC?"), "1");
+}
+
+TEST(Emulator, LocalSocketThatCannotBeMadeIsAnError) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("file");
+    WriteFile(file, "precious");
+    EmulatorProcess occupied({"--port", "0", "--usock", file});
+    EXPECT_EQ(occupied.Wait(), 1);
+    EXPECT_EQ(occupied.Errors(), "uxvisa-emulator: cannot listen on " + file +
+                                     ": there is a file that is no socket\n");
+    EXPECT_EQ(FileContents(file), "precious");
+    EmulatorProcess lost({"--port", "0", "--usock", directory.File("no/folder")});
+    EXPECT_EQ(lost.Wait(), 1);
+    EmulatorProcess tooLong({"--port", "0", "--usock", directory.File(std::string(108, 'x'))});
+    EXPECT_EQ(tooLong.Wait(), 1);
+    EXPECT_THAT(tooLong.Errors(), HasSubstr("File name too long"));
+}
+
+TEST(Emulator, ServesTheCoreChannelWhereThePortmapperSays) {
+    EmulatorProcess emulator({"--port", "0", "--vxi11", "0", "--portmapper", "0"});
+    emulator.Port();
+    const std::uint16_t core = PortOf(emulator.PrintedLine(), "vxi11 on 127.0.0.1:");
+    const std::uint16_t portmapper = PortOf(emulator.PrintedLine(), "portmapper on 127.0.0.1:");
+    const std::string call = uxvisa::rpc::GetPortCall(1000);
+    const std::string expected = rpc_records::Accepted(1000) + rpc_records::Word(core);
+    StreamClient asking = StreamClient::Connect(portmapper);
+    EXPECT_EQ(Ask(asking, call), expected);
+    EXPECT_EQ(Ask(asking, call), expected);
+    const UdpClient udp;
+    udp.Send(call, "127.0.0.1", portmapper);
+    EXPECT_EQ(udp.Receive().bytes, expected);
+    StreamClient client = StreamClient::Connect(core);
+    const std::string linked = Ask(client, rpc_records::CreateLink("inst0"));
+    ASSERT_EQ(linked.size(), 40U);
+    const std::string words = linked.substr(32);
+    EXPECT_EQ(Ask(client, rpc_records::DeviceWrite(words, "*OPC?")), rpc_records::WriteReply(0, 5));
+    EXPECT_EQ(Ask(client, rpc_records::DeviceRead(words, 9)), rpc_records::ReadReply(0, 4, "1\n"));
+}
+
+TEST(Emulator, EveryClientOfTheCoreChannelHasALinkOfItsOwn) {
+    EmulatorProcess emulator({"--port", "0", "--vxi11", "0"});
+    emulator.Port();
+    const std::uint16_t core = PortOf(emulator.PrintedLine(), "vxi11 on 127.0.0.1:");
+    StreamClient one = StreamClient::Connect(core);
+    StreamClient other = StreamClient::Connect(core);
+    const std::string words = Ask(one, rpc_records::CreateLink("inst0")).substr(32);
+    const std::string others = Ask(other, rpc_records::CreateLink("inst0")).substr(32);
+    EXPECT_NE(words, others);
+    EXPECT_EQ(Ask(one, rpc_records::DeviceWrite(words, "*TST?")), rpc_records::WriteReply(0, 5));
+    EXPECT_EQ(Ask(other, rpc_records::DeviceWrite(others, "*OPC?")), rpc_records::WriteReply(0, 5));
+    EXPECT_EQ(Ask(one, rpc_records::DeviceWrite(others, "*CLS")), rpc_records::WriteReply(4, 0));
+    EXPECT_EQ(Ask(one, rpc_records::DeviceRead(words, 9)), rpc_records::ReadReply(0, 4, "0\n"));
+    EXPECT_EQ(Ask(other, rpc_records::DeviceRead(others, 9)), rpc_records::ReadReply(0, 4, "1\n"));
+}
+
+// A client that keeps 16 bits of the length announces a write of 65475 bytes as an empty record.
+TEST(Emulator, AnEmptyRecordEndsTheConnectionOnPurpose) {
+    EmulatorProcess emulator({"--port", "0", "--vxi11", "0"});
+    emulator.Port();
+    const std::uint16_t core = PortOf(emulator.PrintedLine(), "vxi11 on 127.0.0.1:");
+    StreamClient client = StreamClient::Connect(core);
+    client.Send(rpc_records::Mark(65536));
+    EXPECT_EQ(client.ReadToEnd(), "");
+    StreamClient again = StreamClient::Connect(core);
+    EXPECT_EQ(Ask(again, rpc_records::CreateLink("inst0")).size(), 40U);
+}
+
+TEST(Emulator, PortmapperPortInUseIsAnError) {
+    EmulatorProcess first({"--port", "0"});
+    const std::string port = std::to_string(first.Port());
+    EmulatorProcess second({"--port", "0", "--vxi11", "0", "--portmapper", port});
+    EXPECT_EQ(second.Wait(), 1);
+    EXPECT_THAT(second.Errors(), HasSubstr("port " + port + ": Address already in use"));
 }

@@ -44,6 +44,10 @@ TEST(Options, DefaultsServeTheLoopbackAtFullSpeed) {
     EXPECT_EQ(outcome.options->bind, "127.0.0.1");
     EXPECT_EQ(outcome.options->port, 8888);
     EXPECT_FALSE(outcome.options->quiet);
+    EXPECT_EQ(outcome.options->usock, "");
+    EXPECT_EQ(outcome.options->vxi11, std::nullopt);
+    EXPECT_EQ(outcome.options->portmapper, std::nullopt);
+    EXPECT_EQ(outcome.options->pacing.close_after, 0U);
     EXPECT_EQ(outcome.options->pacing.delay, milliseconds(0));
     EXPECT_EQ(outcome.options->pacing.idle_drop, milliseconds(0));
     EXPECT_EQ(outcome.options->pacing.chunk, 0U);
@@ -56,10 +60,33 @@ TEST(Options, DefaultsServeTheLoopbackAtFullSpeed) {
 }
 
 TEST(Options, EveryOptionIsTaken) {
-    const Outcome outcome =
-        Parse({"--port", "0", "--bind", "::1", "--delay", "5", "--idle-drop", "6", "--chunk", "7",
-               "--chunk-interval", "8", "--seed", "18446744073709551615", "--curve-length", "10",
-               "--trace-points", "11", "--quiet"});
+    const Outcome outcome = Parse({"--port",
+                                   "0",
+                                   "--bind",
+                                   "::1",
+                                   "--delay",
+                                   "5",
+                                   "--idle-drop",
+                                   "6",
+                                   "--chunk",
+                                   "7",
+                                   "--chunk-interval",
+                                   "8",
+                                   "--seed",
+                                   "18446744073709551615",
+                                   "--curve-length",
+                                   "10",
+                                   "--trace-points",
+                                   "11",
+                                   "--quiet",
+                                   "--usock",
+                                   "/tmp/x",
+                                   "--vxi11",
+                                   "0",
+                                   "--portmapper",
+                                   "111",
+                                   "--close-after",
+                                   "12"});
     ASSERT_TRUE(outcome.options) << outcome.errors;
     EXPECT_EQ(outcome.options->bind, "::1");
     EXPECT_EQ(outcome.options->port, 0);
@@ -71,6 +98,10 @@ TEST(Options, EveryOptionIsTaken) {
     EXPECT_EQ(outcome.options->instrument.seed, 18446744073709551615U);
     EXPECT_EQ(outcome.options->instrument.curve_length, 10U);
     EXPECT_EQ(outcome.options->instrument.trace_points, 11U);
+    EXPECT_EQ(outcome.options->usock, "/tmp/x");
+    EXPECT_EQ(outcome.options->vxi11, 0);
+    EXPECT_EQ(outcome.options->portmapper, 111);
+    EXPECT_EQ(outcome.options->pacing.close_after, 12U);
 }
 
 TEST(Options, VersionEndsTheProgram) {
@@ -87,7 +118,8 @@ TEST(Options, HelpNamesEveryOption) {
     EXPECT_EQ(outcome.exit_code, 0);
     for (const char* name :
          {"--port", "--bind", "--delay", "--idle-drop", "--chunk", "--chunk-interval", "--seed",
-          "--curve-length", "--trace-points", "--quiet", "--version", "--help"}) {
+          "--curve-length", "--trace-points", "--quiet", "--usock", "--vxi11", "--portmapper",
+          "--close-after", "--version", "--help"}) {
         EXPECT_THAT(outcome.output, HasSubstr(name));
     }
     EXPECT_EQ(outcome.errors, "");
@@ -112,6 +144,13 @@ TEST(Options, UsageErrorsAreReportedOnStandardError) {
         {"--curve-length", "-1"},
         {"--trace-points", "0"},
         {"--trace-points", "1000001"},
+        {"--usock"},
+        {"--usock", ""},
+        {"--vxi11", "65536"},
+        {"--vxi11", "x"},
+        {"--portmapper", "111"},
+        {"--vxi11", "0", "--portmapper", "-1"},
+        {"--close-after", "-1"},
     };
     for (const auto& arguments : wrong) {
         const Outcome outcome = Parse(arguments);

@@ -159,6 +159,20 @@ TEST(Server, ServesOtherStreamProtocols) {
     thread.join();
 }
 
+TEST(Server, HandsSocketsToWhoeverServesThem) {
+    asio::io_context context;
+    emulator::Server server(context, [](emulator::Server::Protocol::socket socket) {
+        asio::write(socket, asio::buffer("hello", 5));
+    });
+    server.Listen(asio::ip::tcp::endpoint(asio::ip::address_v4::loopback(), 0));
+    std::thread thread([&context] { context.run(); });
+    const std::uint16_t port = emulator::TcpEndpoint(server.LocalEndpoint()).port();
+    EXPECT_EQ(StreamClient::Connect(port).ReadToEnd(), "hello");
+    EXPECT_EQ(StreamClient::Connect(port).ReadToEnd(), "hello");
+    context.stop();
+    thread.join();
+}
+
 TEST(Server, StopsWithClientsAndResponsesPending) {
     auto server = std::make_unique<ServerThread>(emulator::Pacing{.delay = milliseconds(3600000)});
     StreamClient waiting = server->Connect();

@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
@@ -42,6 +43,18 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(client.m_descriptor, reinterpret_cast<const sockaddr*>(&address),
+                      sizeof address) != 0) {
+            throw std::system_error(errno, std::generic_category(), "connect");
+        }
+        return client;
+    }
+
+    static StreamClient ConnectTo(const std::string& path) {
+        StreamClient client(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path);
         if (::connect(client.m_descriptor, reinterpret_cast<const sockaddr*>(&address),
                       sizeof address) != 0) {
             throw std::system_error(errno, std::generic_category(), "connect");

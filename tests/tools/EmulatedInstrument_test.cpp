@@ -93,3 +93,20 @@ TEST(EmulatedInstrument, TakesAWriteAndQueuesTheErrorOfABadOne) {
     EXPECT_THAT(RunTool({"query", emulator.Resource(), "SYST:ERR?"}).output,
                 testing::StartsWith("-113,"));
 }
+
+// The library closes a local socket only after its peer did.
+TEST(EmulatedInstrument, AnswersOnALocalSocket) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("socket");
+    const Emulator emulator({"--usock", path, "--idle-drop", "300"});
+    const std::string resource = "USOCK::" + path + "::SOCKET";
+    for (int i = 0; i < 2; ++i) {
+        const ToolResult result = RunTool({"query", resource, "*IDN?"});
+        EXPECT_EQ(result.exitCode, 0) << result.error;
+        EXPECT_THAT(result.output, testing::MatchesRegex("[^,]+,[^,]+,[^,]+,[^,]+\n"));
+    }
+    const ToolResult curve = RunTool(
+        {"query", resource, "CURV:LENG 200000;:CURV?", "--block", "-o", directory.File("curve")});
+    EXPECT_EQ(curve.exitCode, 0) << curve.error;
+    EXPECT_EQ(std::filesystem::file_size(directory.File("curve")), 200000U);
+}

@@ -107,6 +107,8 @@ private:
         } else if (FillOutput()) {
             WriteAfter(m_pacing.chunk != 0 ? m_pacing.chunk_interval
                                            : std::chrono::milliseconds(0));
+        } else if (++m_responses == m_pacing.close_after) {
+            Close();
         } else {
             Serve();
         }
@@ -141,6 +143,7 @@ private:
     std::array<char, ReadSize> m_input{};
     std::string_view m_unread;
     std::string m_output;
+    std::size_t m_responses = 0;
     bool m_reading = false;
 };
 

@@ -33,6 +33,10 @@ std::string RefuseNegative(const std::string& text) {
     return text.starts_with('-') ? "must not be negative" : std::string();
 }
 
+std::string RefuseEmpty(const std::string& text) {
+    return text.empty() ? "must not be empty" : std::string();
+}
+
 void AddOptions(CLI::App& app, Options& options) {
     app.set_version_flag("--version", "uxvisa-emulator " UXVISA_VERSION);
     app.add_option("--port", options.port, "TCP port to listen on; 0 takes a free one")
@@ -41,6 +45,17 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--bind", options.bind, "Address to listen on")
         ->type_name("ADDR")
         ->capture_default_str();
+    app.add_option("--usock", options.usock, "Serve clients of a local socket at this path, too")
+        ->check(RefuseEmpty)
+        ->type_name("PATH");
+    CLI::Option* const vxi11 =
+        app.add_option("--vxi11", options.vxi11,
+                       "Serve the VXI-11 core channel on this TCP port, too; 0 takes a free one")
+            ->type_name("N");
+    app.add_option("--portmapper", options.portmapper,
+                   "Tell the port of the core channel on this port, TCP and UDP; clients ask 111")
+        ->needs(vxi11)
+        ->type_name("N");
     AddMilliseconds(app, "--delay", options.pacing.delay, "Wait so long before each response");
     AddMilliseconds(app, "--idle-drop", options.pacing.idle_drop,
                     "Close a connection that was silent for so long");
@@ -49,6 +64,10 @@ void AddOptions(CLI::App& app, Options& options) {
         ->type_name("BYTES");
     AddMilliseconds(app, "--chunk-interval", options.pacing.chunk_interval,
                     "Wait so long between two pieces (10 unless given)");
+    app.add_option("--close-after", options.pacing.close_after,
+                   "Close a TCP or local-socket connection after so many responses")
+        ->check(CLI::Range(std::size_t{0}, std::size_t{1000000000}))
+        ->type_name("N");
     app.add_option("--seed", options.instrument.seed, "Seed of the readings")
         ->check(RefuseNegative)
         ->type_name("N")
@@ -57,14 +76,15 @@ void AddOptions(CLI::App& app, Options& options) {
               InstrumentSettings::MaxCurveLength, "Bytes of a curve");
     AddNumber(app, "--trace-points", options.instrument.trace_points, 1,
               InstrumentSettings::MaxTracePoints, "Values of a trace");
-    app.add_flag("--quiet", options.quiet, "Do not print the address");
+    app.add_flag("--quiet", options.quiet, "Do not print the addresses");
 }
 
 } // namespace
 
 std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit_code) {
     Options options;
-    CLI::App app("An instrument on TCP that answers SCPI commands", "uxvisa-emulator");
+    CLI::App app("An instrument that answers SCPI commands on TCP, local sockets and VXI-11",
+                 "uxvisa-emulator");
     AddOptions(app, options);
     try {
         app.parse(argc, argv);

@@ -16,11 +16,15 @@ struct Pacing {
     std::chrono::milliseconds idle_drop{0}; // closes a connection that was silent for so long
     std::size_t chunk = 0;                  // bytes written at a time
     std::chrono::milliseconds chunk_interval{10};
+    std::size_t close_after = 0; // closes a connection that had so many responses
 };
 
 struct Options {
     std::string bind = "127.0.0.1";
     std::uint16_t port = 8888;
+    std::string usock;                       // the path of a local socket; empty for none
+    std::optional<std::uint16_t> vxi11;      // the port of the core channel
+    std::optional<std::uint16_t> portmapper; // only with a core channel
     bool quiet = false;
     Pacing pacing;
     InstrumentSettings instrument;

@@ -9,8 +9,14 @@
 
 namespace emulator {
 
+Server::Server(asio::io_context& context, Serve serve)
+    : m_acceptor(context), m_retry(context), m_serve(std::move(serve)) {}
+
 Server::Server(asio::io_context& context, Instrument& instrument, const Pacing& pacing)
-    : m_acceptor(context), m_retry(context), m_instrument(instrument), m_pacing(pacing) {}
+    : Server(context, [&instrument, pacing](Protocol::socket socket) {
+          std::make_shared<Connection<Protocol::socket>>(std::move(socket), instrument, pacing)
+              ->Start();
+      }) {}
 
 void Server::Listen(const Protocol::endpoint& endpoint) {
     m_acceptor.open(endpoint.protocol());
@@ -35,8 +41,7 @@ void Server::OnAccept(std::error_code error, Protocol::socket socket) {
     }
     // Fails where there is nothing to switch off.
     socket.set_option(asio::ip::tcp::no_delay(true), error);
-    std::make_shared<Connection<Protocol::socket>>(std::move(socket), m_instrument, m_pacing)
-        ->Start();
+    m_serve(std::move(socket));
     Accept();
 }
 

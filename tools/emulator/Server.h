@@ -5,16 +5,21 @@
 
 #include <asio.hpp>
 
+#include <functional>
 #include <system_error>
 
 namespace emulator {
 
-// Serves one instrument to every client of one listening socket, of any stream protocol. Runs on
-// the thread that runs the context; the instrument must outlive the context.
+// Accepts every client of one listening socket, of any stream protocol. Runs on the thread that
+// runs the context.
 class Server {
 public:
     using Protocol = asio::generic::stream_protocol;
+    // Takes over what was accepted.
+    using Serve = std::function<void(Protocol::socket)>;
 
+    Server(asio::io_context& context, Serve serve);
+    // Serves one instrument, which must outlive the context.
     Server(asio::io_context& context, Instrument& instrument, const Pacing& pacing);
 
     // Throws std::system_error.
@@ -29,8 +34,7 @@ private:
 
     asio::basic_socket_acceptor<Protocol> m_acceptor;
     asio::steady_timer m_retry;
-    Instrument& m_instrument;
-    const Pacing m_pacing;
+    const Serve m_serve;
 };
 
 asio::ip::tcp::endpoint TcpEndpoint(const Server::Protocol::endpoint& endpoint);

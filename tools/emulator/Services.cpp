@@ -1,0 +1,128 @@
+#include "tools/emulator/Services.h"
+
+#include "tools/emulator/Portmapper.h"
+#include "tools/emulator/RpcCall.h"
+#include "tools/emulator/RpcConnection.h"
+#include "tools/emulator/Vxi11Link.h"
+
+#include <chrono>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace emulator {
+
+namespace {
+
+using Socket = Server::Protocol::socket;
+
+asio::ip::tcp::endpoint Endpoint(const std::string& bind, std::uint16_t port) {
+    std::error_code error;
+    const auto address = asio::ip::make_address(bind, error);
+    if (error) {
+        throw std::runtime_error("'" + bind + "' is not an IP address");
+    }
+    return {address, port};
+}
+
+template <class Action>
+void Try(const std::string& where, const Action& action) {
+    const std::string lead = "cannot listen on " + where + ": ";
+    try {
+        action();
+    } catch (const std::system_error& error) {
+        throw std::runtime_error(lead + error.code().message());
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(lead + error.what());
+    }
+}
+
+Server::Serve Vxi11Channel(Instrument& instrument, const Pacing& pacing) {
+    return [&instrument, pacing, last = std::uint32_t{0}](Socket socket) mutable {
+        const LinkWords words{++last, MaxWriteData};
+        const auto link = std::make_shared<Vxi11Link>(instrument, pacing, words);
+        std::make_shared<RpcConnection>(
+            std::move(socket),
+            [link](std::string_view record) {
+                return link->Answer(record, std::chrono::steady_clock::now());
+            },
+            pacing.idle_drop)
+            ->Start();
+    };
+}
+
+Server::Serve Portmapper(std::uint16_t core_port, const Pacing& pacing) {
+    return [core_port, pacing](Socket socket) {
+        std::make_shared<RpcConnection>(
+            std::move(socket),
+            [core_port](std::string_view record) {
+                return RpcReply{MarkedRecord(AnswerPortmapper(record, core_port)), {}};
+            },
+            pacing.idle_drop)
+            ->Start();
+    };
+}
+
+// Only where the programs that are told about are served.
+DatagramServer::Answer Portmapper(std::uint16_t core_port, const asio::ip::address_v4& bind) {
+    return [core_port, bind](std::string_view call, const asio::ip::address_v4& local) {
+        const bool served = bind.is_unspecified() || bind == local;
+        return served ? AnswerPortmapper(call, core_port) : std::string();
+    };
+}
+
+} // namespace
+
+Services::Services(asio::io_context& context, Instrument& instrument, const Options& options)
+    : m_options(options), m_stream(context, instrument, options.pacing) {
+    ListenOnTcp(m_stream, options.port, "listening");
+    if (!options.usock.empty()) {
+        ListenOnPath(m_local.emplace(context, instrument, options.pacing));
+    }
+    if (!options.vxi11) {
+        return;
+    }
+    const std::uint16_t core_port =
+        ListenOnTcp(m_vxi11.emplace(context, Vxi11Channel(instrument, options.pacing)),
+                    *options.vxi11, "vxi11");
+    if (options.portmapper) {
+        ListenAsPortmapper(context, core_port);
+    }
+}
+
+// Searches ask by broadcast, which is for IPv4 only.
+void Services::ListenAsPortmapper(asio::io_context& context, std::uint16_t core_port) {
+    const std::uint16_t port =
+        ListenOnTcp(m_portmapper.emplace(context, Portmapper(core_port, m_options.pacing)),
+                    *m_options.portmapper, "portmapper");
+    const asio::ip::address bind = Endpoint(m_options.bind, port).address();
+    if (bind.is_v4()) {
+        auto& server = m_udp_portmapper.emplace(context, Portmapper(core_port, bind.to_v4()));
+        Try("UDP port " + std::to_string(port), [&] { server.Listen(port); });
+    }
+}
+
+std::uint16_t Services::ListenOnTcp(Server& server, std::uint16_t port, const std::string& what) {
+    const asio::ip::tcp::endpoint endpoint = Endpoint(m_options.bind, port);
+    Try(m_options.bind + " port " + std::to_string(port), [&] { server.Listen(endpoint); });
+    const asio::ip::tcp::endpoint local = TcpEndpoint(server.LocalEndpoint());
+    std::ostringstream line;
+    line << what << " on " << local;
+    m_addresses.push_back(line.str());
+    return local.port();
+}
+
+void Services::ListenOnPath(Server& server) {
+    const std::string& path = m_options.usock;
+    Try(path, [&] {
+        RemoveStaleSocket(path);
+        server.Listen(asio::local::stream_protocol::endpoint(path));
+    });
+    m_file.emplace(path);
+    m_addresses.push_back("listening on " + path);
+}
+
+} // namespace emulator
