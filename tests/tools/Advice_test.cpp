@@ -25,6 +25,32 @@ TEST(Advice, ShowsTheFormOfAResource) {
     EXPECT_THAT(OnOpen(VI_ERROR_INV_RSRC_NAME, "scope"), HasSubstr("TCPIP::HOST::PORT::SOCKET"));
 }
 
+TEST(Advice, KnowsHowSerialPortsAreWritten) {
+    EXPECT_EQ(OnOpen(VI_ERROR_INV_RSRC_NAME, "asrl1::INSTR"),
+              "a serial port goes by the name of its device, as ttyUSB0::INSTR");
+}
+
+TEST(Advice, NamesTheDeviceOfASerialPort) {
+    EXPECT_EQ(OnOpen(VI_ERROR_RSRC_NFOUND, "ttyUSB0::INSTR"),
+              "does /dev/ttyUSB0 exist, and may you read and write it? See docs/permissions.md");
+}
+
+TEST(Advice, NamesThePathOfALocalSocket) {
+    EXPECT_EQ(OnOpen(VI_ERROR_RSRC_NFOUND, "usock::/tmp/Scope::SOCKET"),
+              "is the program that listens at /tmp/Scope running?");
+}
+
+TEST(Advice, SaysThatUsbInstrumentsCannotBeOpened) {
+    EXPECT_EQ(OnOpen(VI_ERROR_RSRC_NFOUND, "USB0::0x1::0x2::SN::0::INSTR"),
+              "USB instruments are found by searches and cannot be opened");
+}
+
+TEST(Advice, DoesNotSendUsersOfDriversToDevices) {
+    for (const auto* resource : {"ttyUSB0::NFM", "USOCK::/tmp/a::SAPROC", "tty::", "USOCK"}) {
+        EXPECT_THAT(OnOpen(VI_ERROR_RSRC_NFOUND, resource), HasSubstr("of this kind")) << resource;
+    }
+}
+
 TEST(Advice, NamesHostAndPortThatRefuse) {
     EXPECT_EQ(OnOpen(VI_ERROR_RSRC_NFOUND, "tcpip0::scope::5025::socket"),
               "is the instrument on, and is 5025 the port of its command socket? Try: ping scope");

@@ -125,6 +125,23 @@ TEST(CommandLine, SaysWhatIsMissing) {
     EXPECT_EQ(Complaint({"query", "R", "C", "--timeout"}), "--timeout: 1 required MS missing");
 }
 
+TEST(CommandLine, TakesASearch) {
+    EXPECT_EQ(Parsed({"find"}).expression, "?*");
+    EXPECT_EQ(Parsed({"find", ""}).expression, "");
+    for (const auto* expression : {"KX10", "?*[T,E][R,T]", "[A,B]", "?*::SOCKET"}) {
+        EXPECT_EQ(Parsed({"find", expression}).expression, expression);
+    }
+    EXPECT_EQ(Complaint({"find", "A", "B"}), "unexpected argument 'B'");
+}
+
+TEST(CommandLine, TakesAResourceToTellAbout) {
+    EXPECT_EQ(Parsed({"info", "R"}).resource, "R");
+    EXPECT_FALSE(Parsed({"info", "R"}).noOpen);
+    EXPECT_TRUE(Parsed({"info", "--no-open", "R"}).noOpen);
+    EXPECT_EQ(Complaint({"info"}), "RSRC is required");
+    EXPECT_EQ(Complaint({"query", "R", "C", "--no-open"}), "unexpected argument '--no-open'");
+}
+
 TEST(CommandLine, RefusesWhatDoesNotGoTogether) {
     EXPECT_EQ(Complaint({"read", "R", "--block", "--count", "3"}), "--block excludes --count");
 }

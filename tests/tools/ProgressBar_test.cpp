@@ -1,17 +1,11 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
-#include <chrono>
 #include <string>
-#include <thread>
-
-#include <pty.h>
-#include <termios.h>
-#include <unistd.h>
 
 #include "tools/InstrumentPeer.h"
 #include "tools/TemporaryDirectory.h"
+#include "tools/Terminal.h"
 #include "tools/ToolRun.h"
 
 using testing::EndsWith;
@@ -22,47 +16,6 @@ using testing::StartsWith;
 namespace {
 
 constexpr std::size_t MiB = 1UL << 20;
-
-// A terminal whose user reads along.
-class Terminal {
-public:
-    Terminal() {
-        termios raw{};
-        ::cfmakeraw(&raw);
-        EXPECT_EQ(::openpty(&m_master, &m_slave, nullptr, &raw, nullptr), 0);
-        m_reader = std::thread([this] { ReadAlong(); });
-    }
-    ~Terminal() {
-        Text();
-        ::close(m_master);
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    int Slave() const { return m_slave; }
-    // All that was shown; ends the terminal.
-    const std::string& Text() {
-        if (m_reader.joinable()) {
-            ::close(m_slave);
-            m_reader.join();
-        }
-        return m_text;
-    }
-
-private:
-    void ReadAlong() {
-        std::array<char, 4096> piece{};
-        for (ssize_t size = 1; size > 0;) {
-            size = ::read(m_master, piece.data(), piece.size());
-            m_text.append(piece.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
-        }
-    }
-
-    int m_master = -1;
-    int m_slave = -1;
-    std::string m_text;
-    std::thread m_reader;
-};
 
 InstrumentPeer::Script SendingBlock(std::size_t promised, std::size_t sent) {
     return [promised, sent](PeerConnection& connection) {

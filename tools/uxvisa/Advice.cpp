@@ -33,13 +33,36 @@ bool IsSocket(const std::vector<std::string>& fields) {
            UpperCase(fields[3]) == "SOCKET";
 }
 
+std::string InvalidName(const std::string& resource) {
+    return UpperCase(resource).starts_with("ASRL")
+               ? "a serial port goes by the name of its device, as ttyUSB0::INSTR"
+               : Forms;
+}
+
+// Not the interface alone: a class word of a driver library may stand behind it.
+bool IsPlain(const std::vector<std::string>& fields) {
+    const std::string word = UpperCase(fields.back());
+    return fields.size() > 1 && (word == "INSTR" || word == "SOCKET");
+}
+
 std::string NotFound(const std::string& resource) {
     const auto fields = Fields(resource);
-    if (!IsSocket(fields)) {
-        return std::string("nothing serves resources of this kind; ") + Forms;
+    const std::string interface = UpperCase(fields[0]);
+    if (IsSocket(fields)) {
+        return "is the instrument on, and is " + fields[2] +
+               " the port of its command socket? Try: ping " + fields[1];
     }
-    return "is the instrument on, and is " + fields[2] +
-           " the port of its command socket? Try: ping " + fields[1];
+    if (IsPlain(fields) && interface.find("TTY") != std::string::npos) {
+        return "does /dev/" + fields[0] +
+               " exist, and may you read and write it? See docs/permissions.md";
+    }
+    if (IsPlain(fields) && interface.starts_with("USOCK")) {
+        return "is the program that listens at " + fields[1] + " running?";
+    }
+    if (interface.starts_with("USB")) {
+        return "USB instruments are found by searches and cannot be opened";
+    }
+    return std::string("nothing serves resources of this kind; ") + Forms;
 }
 
 std::string NoAnswerToConnect(const std::string& resource) {
@@ -97,7 +120,7 @@ std::string TimeOut(const Situation& situation) {
 std::string Advice(ViStatus status, const Situation& situation) {
     switch (status) {
     case VI_ERROR_INV_RSRC_NAME:
-        return Forms;
+        return InvalidName(situation.resource);
     case VI_ERROR_RSRC_NFOUND:
         return NotFound(situation.resource);
     case VI_ERROR_TMO:

@@ -10,7 +10,9 @@
 #include <string_view>
 
 #include "tools/uxvisa/Failure.h"
+#include "tools/uxvisa/FindCommand.h"
 #include "tools/uxvisa/HelpFormatter.h"
+#include "tools/uxvisa/InfoCommand.h"
 #include "tools/uxvisa/QueryCommand.h"
 #include "tools/uxvisa/ReadCommand.h"
 #include "tools/uxvisa/StatusCommand.h"
@@ -27,6 +29,8 @@ constexpr char Footer[] =
     "  uxvisa write TCPIP::psu::5025::SOCKET 'VOLT 3.3'\n"
     "  uxvisa read TCPIP::logger::5025::SOCKET --timeout 60000\n"
     "  uxvisa query --driver libuxdriver_lan.so TCPIP::192.168.1.21::INSTR '*IDN?'\n"
+    "  uxvisa find\n"
+    "  uxvisa info TCPIP::192.168.1.20::5025::SOCKET\n"
     "  uxvisa status 0xBFFF0015\n\n"
     "Data go to standard output, diagnostics to standard error. Give -- before a command\n"
     "that begins with '-'.\n\n"
@@ -100,6 +104,8 @@ void DescribeProgram(CLI::App& app, Options& options) {
     AddQueryCommand(app, options);
     AddWriteCommand(app, options);
     AddReadCommand(app, options);
+    AddFindCommand(app, options);
+    AddInfoCommand(app, options);
     AddStatusCommand(app, options);
 }
 

@@ -4,11 +4,6 @@ namespace uxvisa::tool {
 
 namespace {
 
-std::string Hex(unsigned char byte) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    return std::string("\\x") + digits[byte >> 4] + digits[byte & 0x0F];
-}
-
 std::string Escaped(char character) {
     switch (character) {
     case '\n':
@@ -22,11 +17,17 @@ std::string Escaped(char character) {
         return std::string("\\") + character;
     default:
         return character >= ' ' && character <= '~' ? std::string(1, character)
-                                                    : Hex(static_cast<unsigned char>(character));
+                                                    : HexEscape(character);
     }
 }
 
 } // namespace
+
+std::string HexEscape(char byte) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    const auto bits = static_cast<unsigned char>(byte);
+    return std::string("\\x") + digits[bits >> 4] + digits[bits & 0x0F];
+}
 
 std::string EscapedText(std::string_view data) {
     std::string text = "\"";

@@ -8,5 +8,7 @@ namespace uxvisa::tool {
 
 // In double quotes.
 std::string EscapedText(std::string_view data);
+// "\x1B", whatever the byte.
+std::string HexEscape(char byte);
 
 } // namespace uxvisa::tool

@@ -13,7 +13,8 @@ enum ExitCode { ExitOk = 0, ExitFailed = 1, ExitUsage = 2, ExitTimedOut = 3 };
 
 class Failure : public std::runtime_error {
 public:
-    // The subject is what failed: a resource, a file. It may be empty.
+    // The subject is what failed: a resource, a file. It may be empty. The hint is a line for each
+    // piece of advice.
     Failure(ExitCode code, std::string subject, const std::string& text, std::string hint = "")
         : std::runtime_error(text), m_code(code), m_subject(std::move(subject)),
           m_hint(std::move(hint)) {}

@@ -20,6 +20,8 @@ struct Options {
     std::string resource;
     std::string command;
     std::string statusCode;
+    std::string expression;
+    bool noOpen = false;
     std::optional<std::uint64_t> count;
     bool block = false;
     std::string outputFile;

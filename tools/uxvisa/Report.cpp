@@ -1,5 +1,7 @@
 #include "tools/uxvisa/Report.h"
 
+#include <sstream>
+
 #include "tools/uxvisa/Descriptor.h"
 #include "tools/uxvisa/StatusTable.h"
 
@@ -49,8 +51,9 @@ void Report::Finish() const {
 void PrintFailure(const Failure& failure) {
     const std::string label = failure.Status() ? " (" + StatusLabel(*failure.Status()) + ")" : "";
     Report::Note(failure.Subject(), failure.what() + label);
-    if (!failure.Hint().empty()) {
-        WriteDiagnostic("hint: " + failure.Hint() + '\n');
+    std::istringstream hints(failure.Hint());
+    for (std::string hint; std::getline(hints, hint);) {
+        WriteDiagnostic("hint: " + hint + '\n');
     }
 }
 

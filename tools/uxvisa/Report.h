@@ -34,7 +34,7 @@ private:
     nlohmann::ordered_json m_fields = nlohmann::ordered_json::object();
 };
 
-// On standard error: the failure, its status, and the hint on a line of its own.
+// On standard error: the failure, its status, and each line of the hint on a line of its own.
 void PrintFailure(const Failure& failure);
 
 bool IsUtf8(const std::string& text);

@@ -5,9 +5,12 @@
 
 namespace uxvisa::tool {
 
-Session::Session(const std::string& resource, ViUInt32 timeoutMs)
+Session::Session(const std::string& resource, ViUInt32 timeoutMs, Setup setup)
     : m_situation{Stage::Open, resource, "", timeoutMs, 0} {
     Open();
+    if (setup == Setup::None) {
+        return;
+    }
     try {
         SetTimeout(timeoutMs);
     } catch (...) {
@@ -41,6 +44,10 @@ void Session::SetTimeout(ViUInt32 timeoutMs) {
 
 void Session::EnableTermChar(bool enabled) {
     SetAttribute(VI_ATTR_TERMCHAR_EN, enabled ? VI_TRUE : VI_FALSE);
+}
+
+ViStatus Session::GetAttribute(ViAttr attribute, void* value) const {
+    return viGetAttribute(m_handle, attribute, value);
 }
 
 std::uint64_t Session::Write(const std::string& command, const std::string& eol) {

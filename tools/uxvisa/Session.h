@@ -20,7 +20,10 @@ struct Transfer {
 
 class Session {
 public:
-    Session(const std::string& resource, ViUInt32 timeoutMs);
+    // What is set before the first use: the time-out, or nothing.
+    enum class Setup { Timeout, None };
+
+    Session(const std::string& resource, ViUInt32 timeoutMs, Setup setup = Setup::Timeout);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -28,6 +31,8 @@ public:
     const std::string& Resource() const { return m_situation.resource; }
     ViUInt32 TimeoutMs() const { return m_situation.timeoutMs; }
     void EnableTermChar(bool enabled);
+    // The status is left to the caller; a session need not have the attribute.
+    ViStatus GetAttribute(ViAttr attribute, void* value) const;
 
     // Sends the command and the line end; gives the number of bytes.
     std::uint64_t Write(const std::string& command, const std::string& eol);
