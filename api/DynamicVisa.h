@@ -1,8 +1,8 @@
 // A driver library bound at run time: one function pointer per operation.
 #pragma once
 
+#include "Library/Export.h"
 #include "api/DriverOperations.h"
-#include "core/Export.h"
 
 #define UXVISA_DECLARE_STATUS(name, types) UXVISA_API ViStatus noVi##name types;
 #define UXVISA_DECLARE_NOTHING(name, types) UXVISA_API void noVi##name types;

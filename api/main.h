@@ -1,7 +1,7 @@
 // The library's one global object and its life.
 #pragma once
 
-#include "core/Export.h"
+#include "Library/Export.h"
 #include "core/resourcemanager.h"
 
 // Plain, so that programs find it as the data symbol "ResManager". Set when the library is loaded

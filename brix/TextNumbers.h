@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 namespace uxvisa::brix {
 

@@ -1,7 +1,7 @@
 // Fixed-point values in the body of a packet.
 #pragma once
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 // Any other value behaves as VS_UNSIGNED.
 enum EValueSign { VS_SIGNED, VS_UNSIGNED, VS_SIGNED_IF_FRACTION };

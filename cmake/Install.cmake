@@ -5,7 +5,8 @@ install(FILES include/uxvisa/visa.h include/uxvisa/visatype.h
   include/uxvisa/VisaSession.h include/uxvisa/hook.h include/uxvisa/logfile.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uxvisa)
 # The classes that programs use, under the paths by which their headers include each other.
-install(FILES core/BaseSession.h core/Export.h core/ISession.h core/LogFile.h
+install(FILES Library/Export.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uxvisa/Library)
+install(FILES core/BaseSession.h core/ISession.h core/LogFile.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uxvisa/core)
 install(FILES monitor/SessionDebug.h monitor/SessionHook.h monitor/SharedObject.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uxvisa/monitor)

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 // The library itself calls the helpers of this namespace. The exported ones below forward to them,
 // so that a program that defines a function of the same name (GetTickCount, say) changes nothing

@@ -3,7 +3,7 @@
 
 #include <cstdarg>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 class ISession;
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 // Every entry is flushed at once, so the file is whole up to the last one when the process dies.
 // Nothing is reported: a log that cannot be written is a log that stays silent. One thread at a

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 // Carries the traffic of a hooked session to its monitors (docs/monitor.md says what the block
 // holds). One thread at a time may open or close it. The fields are binary interface.

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 // Does nothing. The library calls it through its exported symbol, so that a program that defines it
 // hears the messages.

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/Export.h"
+#include "Library/Export.h"
 
 // Device paths of the ports that have a driver, in the order of their names, those of the driver
 // "serial8250" last. Empty, with a line on standard error, when the kernel gives no list.

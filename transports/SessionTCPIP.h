@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "Library/Export.h"
 #include "core/BaseSession.h"
-#include "core/Export.h"
 #include "transports/BcastUDP.h"
 
 // Receive-buffer size of every reconnected socket.

@@ -33,7 +33,8 @@ constexpr std::uint32_t LongTime = 60000;
 
 StreamResult ReadStream(int fd, unsigned char* buffer, unsigned long count, bool toLineFeed,
                         std::uint32_t timeoutMs) {
-    return uxvisa::ReadStream(fd, buffer, count, {uxvisa::StreamKind::Local, toLineFeed, timeoutMs});
+    return uxvisa::ReadStream(fd, buffer, count,
+                              {uxvisa::StreamKind::Local, toLineFeed, timeoutMs});
 }
 
 // What ReadStream promises, said in the plainest way: up to a line feed each byte is received by
