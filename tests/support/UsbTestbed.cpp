@@ -135,6 +135,8 @@ ScriptedUsbtmc::ScriptedUsbtmc(UsbTestbed& testbed, const std::string& path)
 ScriptedUsbtmc::~ScriptedUsbtmc() {
     umockdev_testbed_detach_ioctl(m_testbed.m_testbed, m_path.c_str(), nullptr);
     g_object_unref(m_handler);
+    // An answer may still be on its way out, its bytes long delivered.
+    const std::lock_guard lock(m_mutex);
 }
 
 ScriptedUsbtmc& ScriptedUsbtmc::AnswerRead(const std::string& bytes) {

@@ -5,17 +5,20 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <iterator>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <type_traits>
 #include <utility>
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,6 +27,7 @@
 #include "support/UsbTestbed.h"
 #include "transports/SessionIO.h"
 
+using namespace std::chrono_literals;
 using namespace uxvisa::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -220,6 +224,28 @@ TEST_F(UsbSearch, DescriptorsThatOpenButCannotBeReadAreNoInstrument) {
     const Search found = Find();
     EXPECT_THAT(found.records, IsEmpty());
     EXPECT_EQ(found.err, "");
+}
+
+TEST_F(UsbSearch, DescriptorsThatComeInPiecesAreReadWhole) {
+    const std::string device = testbed.AddUsbDevice("1-1", Identity);
+    testbed.AddInterface("1-1:1.0", device);
+    const std::string fifo = testbed.Place(device + "/descriptors");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    // Opened both ways, which waits for nobody: the testbed lets one opening at a time through.
+    Descriptor in(open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    const std::string bytes = InstrumentDescriptors();
+    ASSERT_EQ(write(in.Get(), bytes.data(), 20), 20);
+    std::thread kernel([&] {
+        for (int unread = 1; unread != 0 && ioctl(in.Get(), FIONREAD, &unread) == 0;) {
+            std::this_thread::sleep_for(1ms);
+        }
+        const std::size_t rest = bytes.size() - 20;
+        EXPECT_EQ(write(in.Get(), bytes.data() + 20, rest), static_cast<ssize_t>(rest));
+        in.Close();
+    });
+    const Search found = Find();
+    kernel.join();
+    EXPECT_THAT(found.records, ElementsAre(IdentityRecord));
 }
 
 TEST_F(UsbSearch, EveryInterfaceGivesARecordOnPurpose) {
