@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -57,6 +59,10 @@ std::string Ask(StreamClient& client, const std::string& call) {
     const std::string mark = client.ReadExactly(4);
     return client.ReadExactly(
         uxvisa::rpc::MarkedLength(reinterpret_cast<const unsigned char*>(mark.data())));
+}
+
+StreamClient OpenTerminal(const std::string& path) {
+    return StreamClient(::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
 }
 
 } // namespace
@@ -319,4 +325,69 @@ TEST(Emulator, PortmapperPortInUseIsAnError) {
     EmulatorProcess second({"--port", "0", "--vxi11", "0", "--portmapper", port});
     EXPECT_EQ(second.Wait(), 1);
     EXPECT_THAT(second.Errors(), HasSubstr("port " + port + ": Address already in use"));
+}
+
+TEST(Emulator, ServesATerminalToo) {
+    const TemporaryDirectory directory;
+    const std::string link = directory.File("ttyEmulated");
+    EmulatorProcess emulator({"--port", "0", "--pty", link, "--idle-drop", "50", "--close-after",
+                              "1", "--identity-model", "KX10", "--identity-serial", "SN1"});
+    emulator.Port();
+    const std::string line = emulator.PrintedLine();
+    EXPECT_EQ(line, "pty on " + std::filesystem::read_symlink(link).string());
+    for (int i = 0; i < 2; ++i) {
+        StreamClient client = OpenTerminal(link);
+        EXPECT_EQ(client.Query("*IDN?"), "Orvane,KX10,SN1," UXVISA_VERSION);
+        EXPECT_EQ(client.Query("*OPC?"), "1");
+        EXPECT_FALSE(client.HasInputWithin(milliseconds(100))) << "neither echo nor hang-up";
+    }
+    emulator.Signal(SIGTERM);
+    EXPECT_EQ(emulator.Wait(), 0);
+    EXPECT_FALSE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(emulator.Errors(), "");
+}
+
+TEST(Emulator, ATerminalTakesLargeBlocksUnchanged) {
+    const TemporaryDirectory directory;
+    const std::string link = directory.File("ttyEmulated");
+    EmulatorProcess emulator({"--port", "0", "--pty", link, "--curve-length", "100000"});
+    emulator.Port();
+    emulator.PrintedLine();
+    StreamClient client = OpenTerminal(link);
+    client.Send("CURV?\n");
+    EXPECT_EQ(client.ReadExactly(8), "#6100000");
+    const std::string curve = client.ReadExactly(100000);
+    for (std::size_t i = 0; i < curve.size(); ++i) {
+        ASSERT_EQ(static_cast<unsigned char>(curve[i]), i & 0xFFU) << i;
+    }
+    EXPECT_EQ(client.ReadExactly(1), "\n");
+}
+
+TEST(Emulator, TakesTheTerminalLinkOfOneThatWasKilled) {
+    const TemporaryDirectory directory;
+    const std::string link = directory.File("ttyEmulated");
+    EmulatorProcess first({"--port", "0", "--pty", link});
+    first.Port();
+    first.PrintedLine();
+    first.Signal(SIGKILL);
+    first.Wait();
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EmulatorProcess second({"--port", "0", "--pty", link});
+    second.Port();
+    second.PrintedLine();
+    EXPECT_EQ(OpenTerminal(link).Query("*OPC?"), "1");
+}
+
+TEST(Emulator, TerminalLinkThatCannotBeMadeIsAnError) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("file");
+    WriteFile(file, "precious");
+    EmulatorProcess occupied({"--port", "0", "--pty", file});
+    EXPECT_EQ(occupied.Wait(), 1);
+    EXPECT_EQ(occupied.Errors(), "uxvisa-emulator: cannot listen on " + file +
+                                     ": there is a file that is no link to a terminal\n");
+    EXPECT_EQ(FileContents(file), "precious");
+    EmulatorProcess lost({"--port", "0", "--pty", directory.File("no/folder")});
+    EXPECT_EQ(lost.Wait(), 1);
+    EXPECT_THAT(lost.Errors(), HasSubstr("No such file or directory"));
 }

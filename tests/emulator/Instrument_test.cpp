@@ -296,3 +296,9 @@ TEST(Instrument, ShortAndLongFormsAreTheSameCommands) {
     EXPECT_EQ(Instrument::Find("MEASU:VOLT", true), nullptr);
     EXPECT_EQ(Instrument::Find("MEAS:VOLT", false), nullptr);
 }
+
+TEST(Instrument, IdentityIsASetting) {
+    Instrument instrument(InstrumentSettings{.identity = {"KX10", "SN42"}});
+    EXPECT_EQ(Ask(instrument, "*IDN?"), "Orvane,KX10,SN42," UXVISA_VERSION "\n");
+    EXPECT_EQ(Ask(instrument, "*RST;*IDN?"), "Orvane,KX10,SN42," UXVISA_VERSION "\n");
+}

@@ -45,6 +45,10 @@ TEST(Options, DefaultsServeTheLoopbackAtFullSpeed) {
     EXPECT_EQ(outcome.options->port, 8888);
     EXPECT_FALSE(outcome.options->quiet);
     EXPECT_EQ(outcome.options->usock, "");
+    EXPECT_EQ(outcome.options->pty, "");
+    EXPECT_FALSE(outcome.options->discoverable);
+    EXPECT_EQ(outcome.options->instrument.identity.model, "Emulator");
+    EXPECT_EQ(outcome.options->instrument.identity.serial, "0");
     EXPECT_EQ(outcome.options->vxi11, std::nullopt);
     EXPECT_EQ(outcome.options->portmapper, std::nullopt);
     EXPECT_EQ(outcome.options->pacing.close_after, 0U);
@@ -60,33 +64,10 @@ TEST(Options, DefaultsServeTheLoopbackAtFullSpeed) {
 }
 
 TEST(Options, EveryOptionIsTaken) {
-    const Outcome outcome = Parse({"--port",
-                                   "0",
-                                   "--bind",
-                                   "::1",
-                                   "--delay",
-                                   "5",
-                                   "--idle-drop",
-                                   "6",
-                                   "--chunk",
-                                   "7",
-                                   "--chunk-interval",
-                                   "8",
-                                   "--seed",
-                                   "18446744073709551615",
-                                   "--curve-length",
-                                   "10",
-                                   "--trace-points",
-                                   "11",
-                                   "--quiet",
-                                   "--usock",
-                                   "/tmp/x",
-                                   "--vxi11",
-                                   "0",
-                                   "--portmapper",
-                                   "111",
-                                   "--close-after",
-                                   "12"});
+    const Outcome outcome =
+        Parse({"--port", "0", "--bind", "::1", "--delay", "5", "--idle-drop", "6", "--chunk", "7",
+               "--chunk-interval", "8", "--seed", "18446744073709551615", "--curve-length", "10",
+               "--trace-points", "11", "--quiet"});
     ASSERT_TRUE(outcome.options) << outcome.errors;
     EXPECT_EQ(outcome.options->bind, "::1");
     EXPECT_EQ(outcome.options->port, 0);
@@ -98,10 +79,26 @@ TEST(Options, EveryOptionIsTaken) {
     EXPECT_EQ(outcome.options->instrument.seed, 18446744073709551615U);
     EXPECT_EQ(outcome.options->instrument.curve_length, 10U);
     EXPECT_EQ(outcome.options->instrument.trace_points, 11U);
+}
+
+TEST(Options, EveryServiceIsTaken) {
+    const Outcome outcome = Parse({"--usock", "/tmp/x", "--pty", "/tmp/y", "--vxi11", "0",
+                                   "--portmapper", "111", "--discoverable", "--identity-model",
+                                   "KX 10", "--identity-serial", "SN/1", "--close-after", "12"});
+    ASSERT_TRUE(outcome.options) << outcome.errors;
     EXPECT_EQ(outcome.options->usock, "/tmp/x");
+    EXPECT_EQ(outcome.options->pty, "/tmp/y");
     EXPECT_EQ(outcome.options->vxi11, 0);
     EXPECT_EQ(outcome.options->portmapper, 111);
+    EXPECT_TRUE(outcome.options->discoverable);
+    EXPECT_EQ(outcome.options->instrument.identity.model, "KX 10");
+    EXPECT_EQ(outcome.options->instrument.identity.serial, "SN/1");
     EXPECT_EQ(outcome.options->pacing.close_after, 12U);
+}
+
+TEST(Options, ADiscoverableInstrumentListensEverywhereUnlessToldOtherwise) {
+    EXPECT_EQ(Parse({"--discoverable"}).options->bind, "0.0.0.0");
+    EXPECT_EQ(Parse({"--discoverable", "--bind", "127.0.0.1"}).options->bind, "127.0.0.1");
 }
 
 TEST(Options, VersionEndsTheProgram) {
@@ -116,10 +113,26 @@ TEST(Options, HelpNamesEveryOption) {
     const Outcome outcome = Parse({"--help"});
     EXPECT_FALSE(outcome.options);
     EXPECT_EQ(outcome.exit_code, 0);
-    for (const char* name :
-         {"--port", "--bind", "--delay", "--idle-drop", "--chunk", "--chunk-interval", "--seed",
-          "--curve-length", "--trace-points", "--quiet", "--usock", "--vxi11", "--portmapper",
-          "--close-after", "--version", "--help"}) {
+    for (const char* name : {"--port",
+                             "--bind",
+                             "--delay",
+                             "--idle-drop",
+                             "--chunk",
+                             "--chunk-interval",
+                             "--seed",
+                             "--curve-length",
+                             "--trace-points",
+                             "--quiet",
+                             "--usock",
+                             "--vxi11",
+                             "--portmapper",
+                             "--close-after",
+                             "--pty",
+                             "--discoverable",
+                             "--identity-model",
+                             "--identity-serial",
+                             "--version",
+                             "--help"}) {
         EXPECT_THAT(outcome.output, HasSubstr(name));
     }
     EXPECT_EQ(outcome.errors, "");
@@ -151,6 +164,16 @@ TEST(Options, UsageErrorsAreReportedOnStandardError) {
         {"--portmapper", "111"},
         {"--vxi11", "0", "--portmapper", "-1"},
         {"--close-after", "-1"},
+        {"--pty"},
+        {"--pty", ""},
+        {"--identity-model", ""},
+        {"--identity-model", "a,b"},
+        {"--identity-model", "a\tb"},
+        {"--identity-model", " a"},
+        {"--identity-model", "\xC3\xA9"},
+        {"--identity-serial", ""},
+        {"--identity-serial", "a b"},
+        {"--identity-serial", "a,b"},
     };
     for (const auto& arguments : wrong) {
         const Outcome outcome = Parse(arguments);

@@ -37,12 +37,12 @@ public:
     }
     ~StreamClient() { Close(); }
 
-    static StreamClient Connect(std::uint16_t port) {
+    static StreamClient Connect(std::uint16_t port, const char* host = "127.0.0.1") {
         StreamClient client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::inet_pton(AF_INET, host, &address.sin_addr);
         if (::connect(client.m_descriptor, reinterpret_cast<const sockaddr*>(&address),
                       sizeof address) != 0) {
             throw std::system_error(errno, std::generic_category(), "connect");
@@ -65,8 +65,11 @@ public:
     void Send(std::string_view bytes) {
         while (!bytes.empty()) {
             Await(POLLOUT);
-            const ssize_t count =
+            ssize_t count =
                 ::send(m_descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            if (count < 0 && errno == ENOTSOCK) {
+                count = ::write(m_descriptor, bytes.data(), bytes.size());
+            }
             if (count < 0) {
                 throw std::system_error(errno, std::generic_category(), "send");
             }

@@ -147,7 +147,10 @@ void Instrument::TakeRegister(std::string_view text, std::uint8_t& target) {
 }
 
 Reply Instrument::Identify(const Parameters&) {
-    return Reply::Text("Orvane,Emulator,0," UXVISA_VERSION);
+    const Identity& identity = m_initial.identity;
+    std::string text = Identity::Manufacturer;
+    text.append(",").append(identity.model).append(",").append(identity.serial);
+    return Reply::Text(text.append("," UXVISA_VERSION));
 }
 
 Reply Instrument::Reset(const Parameters&) {

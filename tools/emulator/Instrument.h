@@ -6,10 +6,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace emulator {
+
+struct Identity {
+    static constexpr const char* Manufacturer = "Orvane";
+
+    std::string model = "Emulator"; // without commas
+    std::string serial = "0";       // without commas and blanks
+};
 
 struct InstrumentSettings {
     static constexpr std::size_t MaxCurveLength = 268435456;
@@ -18,6 +26,7 @@ struct InstrumentSettings {
     std::uint64_t seed = 1;
     std::size_t curve_length = 1000;
     std::size_t trace_points = 100;
+    Identity identity{};
 };
 
 // One box that all clients share: its settings, its error queue and its status registers. It knows

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 #include <string>
 
@@ -37,14 +38,44 @@ std::string RefuseEmpty(const std::string& text) {
     return text.empty() ? "must not be empty" : std::string();
 }
 
+// The model stands between commas in the identity, and the serial number behind the last blank in
+// the answer to a search.
+std::string RefuseUnlessModel(const std::string& text) {
+    const bool printable = std::all_of(text.begin(), text.end(),
+                                       [](char c) { return c >= ' ' && c <= '~' && c != ','; });
+    const bool framed = text.starts_with(' ') || text.ends_with(' ');
+    return text.empty() || !printable || framed
+               ? "must be ASCII text without commas and without blanks around it"
+               : std::string();
+}
+
+std::string RefuseUnlessSerial(const std::string& text) {
+    return text.find(' ') != std::string::npos ? "must not contain blanks"
+                                               : RefuseUnlessModel(text);
+}
+
+void AddIdentity(CLI::App& app, Identity& identity) {
+    app.add_option("--identity-model", identity.model, "The model that the instrument says it is")
+        ->check(RefuseUnlessModel)
+        ->type_name("TEXT")
+        ->capture_default_str();
+    app.add_option("--identity-serial", identity.serial, "The serial number that it says it has")
+        ->check(RefuseUnlessSerial)
+        ->type_name("TEXT")
+        ->capture_default_str();
+}
+
 void AddOptions(CLI::App& app, Options& options) {
     app.set_version_flag("--version", "uxvisa-emulator " UXVISA_VERSION);
     app.add_option("--port", options.port, "TCP port to listen on; 0 takes a free one")
         ->type_name("N")
         ->capture_default_str();
-    app.add_option("--bind", options.bind, "Address to listen on")
+    app.add_option("--bind", options.bind,
+                   "Address to listen on; with --discoverable every one unless given")
         ->type_name("ADDR")
         ->capture_default_str();
+    app.add_flag("--discoverable", options.discoverable,
+                 "Answer programs that look for instruments on the LAN");
     app.add_option("--usock", options.usock, "Serve clients of a local socket at this path, too")
         ->check(RefuseEmpty)
         ->type_name("PATH");
@@ -56,6 +87,9 @@ void AddOptions(CLI::App& app, Options& options) {
                    "Tell the port of the core channel on this port, TCP and UDP; clients ask 111")
         ->needs(vxi11)
         ->type_name("N");
+    app.add_option("--pty", options.pty, "Serve a pseudo-terminal, too, and make this a link to it")
+        ->check(RefuseEmpty)
+        ->type_name("LINK");
     AddMilliseconds(app, "--delay", options.pacing.delay, "Wait so long before each response");
     AddMilliseconds(app, "--idle-drop", options.pacing.idle_drop,
                     "Close a connection that was silent for so long");
@@ -76,6 +110,7 @@ void AddOptions(CLI::App& app, Options& options) {
               InstrumentSettings::MaxCurveLength, "Bytes of a curve");
     AddNumber(app, "--trace-points", options.instrument.trace_points, 1,
               InstrumentSettings::MaxTracePoints, "Values of a trace");
+    AddIdentity(app, options.instrument.identity);
     app.add_flag("--quiet", options.quiet, "Do not print the addresses");
 }
 
@@ -83,11 +118,16 @@ void AddOptions(CLI::App& app, Options& options) {
 
 std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit_code) {
     Options options;
-    CLI::App app("An instrument that answers SCPI commands on TCP, local sockets and VXI-11",
-                 "uxvisa-emulator");
+    CLI::App app(
+        "An instrument that answers SCPI commands on TCP, local sockets, VXI-11 and a terminal",
+        "uxvisa-emulator");
     AddOptions(app, options);
     try {
         app.parse(argc, argv);
+        // Whoever finds an instrument on the LAN wants to reach it.
+        if (options.discoverable && app.count("--bind") == 0) {
+            options.bind = "0.0.0.0";
+        }
         return options;
     } catch (const CLI::Success& request) {
         exit_code = app.exit(request, std::cout, std::cerr);

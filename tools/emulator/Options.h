@@ -25,6 +25,8 @@ struct Options {
     std::string usock;                       // the path of a local socket; empty for none
     std::optional<std::uint16_t> vxi11;      // the port of the core channel
     std::optional<std::uint16_t> portmapper; // only with a core channel
+    std::string pty;                         // the link to a pseudo-terminal; empty for none
+    bool discoverable = false;
     bool quiet = false;
     Pacing pacing;
     InstrumentSettings instrument;

@@ -1,5 +1,7 @@
 #include "tools/emulator/Services.h"
 
+#include "tools/emulator/Connection.h"
+#include "tools/emulator/Discovery.h"
 #include "tools/emulator/Portmapper.h"
 #include "tools/emulator/RpcCall.h"
 #include "tools/emulator/RpcConnection.h"
@@ -66,11 +68,13 @@ Server::Serve Portmapper(std::uint16_t core_port, const Pacing& pacing) {
     };
 }
 
-// Only where the programs that are told about are served.
-DatagramServer::Answer Portmapper(std::uint16_t core_port, const asio::ip::address_v4& bind) {
-    return [core_port, bind](std::string_view call, const asio::ip::address_v4& local) {
+// Requests that came in where nothing is served are not answered.
+DatagramServer::Answer WhereServed(const asio::ip::address_v4& bind,
+                                   DatagramServer::Answer answer) {
+    return [bind, answer = std::move(answer)](std::string_view request,
+                                              const asio::ip::address_v4& local) {
         const bool served = bind.is_unspecified() || bind == local;
-        return served ? AnswerPortmapper(call, core_port) : std::string();
+        return served ? answer(request, local) : std::string();
     };
 }
 
@@ -78,18 +82,56 @@ DatagramServer::Answer Portmapper(std::uint16_t core_port, const asio::ip::addre
 
 Services::Services(asio::io_context& context, Instrument& instrument, const Options& options)
     : m_options(options), m_stream(context, instrument, options.pacing) {
-    ListenOnTcp(m_stream, options.port, "listening");
+    const std::uint16_t port = ListenOnTcp(m_stream, options.port, "listening");
+    if (options.discoverable) {
+        AnswerSearches(context, port);
+    }
     if (!options.usock.empty()) {
         ListenOnPath(m_local.emplace(context, instrument, options.pacing));
     }
-    if (!options.vxi11) {
-        return;
+    if (!options.pty.empty()) {
+        ServeTerminal(context, instrument);
     }
-    const std::uint16_t core_port =
-        ListenOnTcp(m_vxi11.emplace(context, Vxi11Channel(instrument, options.pacing)),
-                    *options.vxi11, "vxi11");
-    if (options.portmapper) {
-        ListenAsPortmapper(context, core_port);
+    if (options.vxi11) {
+        ServeCoreChannel(context, instrument);
+    }
+}
+
+void Services::AnswerSearches(asio::io_context& context, std::uint16_t port) {
+    const asio::ip::address bind = Endpoint(m_options.bind, port).address();
+    if (!bind.is_v4()) {
+        throw std::runtime_error("searches are for IPv4 only, and '" + m_options.bind +
+                                 "' is no such address");
+    }
+    auto& server = m_discovery.emplace(
+        context, WhereServed(bind.to_v4(), [port, identity = m_options.instrument.identity](
+                                               auto request, const auto& local) {
+            return AnswerDiscovery(request, local.to_string(), port, identity);
+        }));
+    Try("UDP port " + std::to_string(DiscoveryPort), [&] { server.Listen(DiscoveryPort); });
+}
+
+// A terminal has nothing to close, neither on silence nor after some responses.
+void Services::ServeTerminal(asio::io_context& context, Instrument& instrument) {
+    using Stream = asio::posix::stream_descriptor;
+    Pacing pacing = m_options.pacing;
+    pacing.idle_drop = {};
+    pacing.close_after = 0;
+    Try(m_options.pty, [&] {
+        Terminal& terminal = m_terminal.emplace();
+        m_link.emplace(m_options.pty, terminal.Device());
+        Stream stream(context, terminal.TakeInstrumentEnd());
+        std::make_shared<Connection<Stream>>(std::move(stream), instrument, pacing)->Start();
+    });
+    m_addresses.push_back("pty on " + m_terminal->Device());
+}
+
+void Services::ServeCoreChannel(asio::io_context& context, Instrument& instrument) {
+    const Pacing& pacing = m_options.pacing;
+    const std::uint16_t port = ListenOnTcp(
+        m_vxi11.emplace(context, Vxi11Channel(instrument, pacing)), *m_options.vxi11, "vxi11");
+    if (m_options.portmapper) {
+        ListenAsPortmapper(context, port);
     }
 }
 
@@ -100,7 +142,10 @@ void Services::ListenAsPortmapper(asio::io_context& context, std::uint16_t core_
                     *m_options.portmapper, "portmapper");
     const asio::ip::address bind = Endpoint(m_options.bind, port).address();
     if (bind.is_v4()) {
-        auto& server = m_udp_portmapper.emplace(context, Portmapper(core_port, bind.to_v4()));
+        auto& server = m_udp_portmapper.emplace(
+            context, WhereServed(bind.to_v4(), [core_port](auto call, const auto&) {
+                return AnswerPortmapper(call, core_port);
+            }));
         Try("UDP port " + std::to_string(port), [&] { server.Listen(port); });
     }
 }

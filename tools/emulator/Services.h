@@ -5,6 +5,7 @@
 #include "tools/emulator/Options.h"
 #include "tools/emulator/Server.h"
 #include "tools/emulator/SocketFile.h"
+#include "tools/emulator/Terminal.h"
 
 #include <asio.hpp>
 
@@ -22,10 +23,13 @@ public:
     // Throws std::runtime_error.
     Services(asio::io_context& context, Instrument& instrument, const Options& options);
 
-    // One line for each, in the order of the options' description.
+    // One line for each: TCP, local socket, terminal, core channel, portmapper.
     const std::vector<std::string>& Addresses() const { return m_addresses; }
 
 private:
+    void AnswerSearches(asio::io_context& context, std::uint16_t port);
+    void ServeTerminal(asio::io_context& context, Instrument& instrument);
+    void ServeCoreChannel(asio::io_context& context, Instrument& instrument);
     std::uint16_t ListenOnTcp(Server& server, std::uint16_t port, const std::string& what);
     void ListenOnPath(Server& server);
     void ListenAsPortmapper(asio::io_context& context, std::uint16_t core_port);
@@ -33,8 +37,11 @@ private:
     const Options m_options;
     std::vector<std::string> m_addresses;
     Server m_stream;
+    std::optional<DatagramServer> m_discovery;
     std::optional<Server> m_local;
     std::optional<SocketFile> m_file;
+    std::optional<Terminal> m_terminal;
+    std::optional<Link> m_link;
     std::optional<Server> m_vxi11;
     std::optional<Server> m_portmapper;
     std::optional<DatagramServer> m_udp_portmapper;
