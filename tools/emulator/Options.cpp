@@ -56,6 +56,11 @@ void AddOptions(CLI::App& app, Options& options) {
                    "Tell the port of the core channel on this port, TCP and UDP; clients ask 111")
         ->needs(vxi11)
         ->type_name("N");
+    CLI::Option* const brix = app.add_flag("--brix", "Speak BRIX packets on the TCP port");
+    app.add_option("--protocol", options.protocol, "The Protocol.xml that names the parameters")
+        ->needs(brix)
+        ->check(RefuseEmpty)
+        ->type_name("FILE");
     AddMilliseconds(app, "--delay", options.pacing.delay, "Wait so long before each response");
     AddMilliseconds(app, "--idle-drop", options.pacing.idle_drop,
                     "Close a connection that was silent for so long");
@@ -88,6 +93,9 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit
     AddOptions(app, options);
     try {
         app.parse(argc, argv);
+        if (app.count("--brix") > 0 && options.protocol.empty()) {
+            throw CLI::RequiredError("--brix requires --protocol");
+        }
         return options;
     } catch (const CLI::Success& request) {
         exit_code = app.exit(request, std::cout, std::cerr);

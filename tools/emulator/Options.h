@@ -25,6 +25,7 @@ struct Options {
     std::string usock;                       // the path of a local socket; empty for none
     std::optional<std::uint16_t> vxi11;      // the port of the core channel
     std::optional<std::uint16_t> portmapper; // only with a core channel
+    std::string protocol; // the file that describes what the TCP port speaks; empty for SCPI
     bool quiet = false;
     Pacing pacing;
     InstrumentSettings instrument;

@@ -1,6 +1,10 @@
 #include "tools/emulator/Services.h"
 
+#include "companions/protodesc/ProtocolFile.h"
+#include "companions/protodesc/ProtocolXml.h"
+#include "tools/emulator/PacketAssembler.h"
 #include "tools/emulator/Portmapper.h"
+#include "tools/emulator/RecordConnection.h"
 #include "tools/emulator/RpcCall.h"
 #include "tools/emulator/RpcConnection.h"
 #include "tools/emulator/Vxi11Link.h"
@@ -12,6 +16,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 namespace emulator {
 
@@ -74,10 +79,22 @@ DatagramServer::Answer Portmapper(std::uint16_t core_port, const asio::ip::addre
     };
 }
 
+protodesc::ProtocolDescription LoadProtocol(const std::string& path) {
+    const auto text = protodesc::ReadProtocolFile(path.c_str());
+    if (!text) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    auto result = protodesc::ParseProtocol(text->data(), text->size());
+    if (const auto* fault = std::get_if<protodesc::Fault>(&result)) {
+        throw std::runtime_error(path + ":" + std::to_string(fault->line) + ": " + fault->message);
+    }
+    return std::get<protodesc::ProtocolDescription>(std::move(result));
+}
+
 } // namespace
 
 Services::Services(asio::io_context& context, Instrument& instrument, const Options& options)
-    : m_options(options), m_stream(context, instrument, options.pacing) {
+    : m_options(options), m_stream(context, Stream(instrument)) {
     ListenOnTcp(m_stream, options.port, "listening");
     if (!options.usock.empty()) {
         ListenOnPath(m_local.emplace(context, instrument, options.pacing));
@@ -91,6 +108,23 @@ Services::Services(asio::io_context& context, Instrument& instrument, const Opti
     if (options.portmapper) {
         ListenAsPortmapper(context, core_port);
     }
+}
+
+Server::Serve Services::Stream(Instrument& instrument) {
+    const Pacing& pacing = m_options.pacing;
+    if (m_options.protocol.empty()) {
+        return Server::ServeText(instrument, pacing);
+    }
+    m_brix.emplace(LoadProtocol(m_options.protocol), m_options.instrument.curve_length);
+    return [&brix = *m_brix, pacing](Socket socket) {
+        std::make_shared<RecordConnection<PacketAssembler>>(
+            std::move(socket),
+            [&brix, pacing](std::string_view packet) {
+                return RecordReply{brix.Answer(packet), pacing.delay};
+            },
+            pacing.idle_drop, Pieces{pacing.chunk, pacing.chunk_interval})
+            ->Start();
+    };
 }
 
 // Searches ask by broadcast, which is for IPv4 only.
