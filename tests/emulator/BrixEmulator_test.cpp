@@ -121,7 +121,8 @@ TEST_F(BrixEmulator, DeliversABlock) {
     Start({"--curve-length", "1000"});
     const ViSession session = Open();
     EXPECT_EQ(viSetAttribute(session, VI_ATTR_BRIX_DECODE_MODE, 2), VI_SUCCESS);
-    EXPECT_EQ(Query(session, "CURVE"), "CURVE ( BodyLen=1002 )\n");
+    EXPECT_EQ(Query(session, "CURVE"), "CURVE ( BodyLen=1002 ID=50462976 )\n")
+        << "the identifier lies over the first bytes of the block";
     std::string block = Read(session);
     ASSERT_EQ(block.size(), 6U + 1000U);
     EXPECT_EQ(block.substr(0, 6), "#41000");

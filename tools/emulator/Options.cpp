@@ -56,7 +56,8 @@ void AddOptions(CLI::App& app, Options& options) {
                    "Tell the port of the core channel on this port, TCP and UDP; clients ask 111")
         ->needs(vxi11)
         ->type_name("N");
-    CLI::Option* const brix = app.add_flag("--brix", "Speak BRIX packets on the TCP port");
+    CLI::Option* const brix =
+        app.add_flag("--brix", options.brix, "Speak BRIX packets on the TCP port");
     app.add_option("--protocol", options.protocol, "The Protocol.xml that names the parameters")
         ->needs(brix)
         ->check(RefuseEmpty)
@@ -93,7 +94,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit
     AddOptions(app, options);
     try {
         app.parse(argc, argv);
-        if (app.count("--brix") > 0 && options.protocol.empty()) {
+        if (options.brix && options.protocol.empty()) {
             throw CLI::RequiredError("--brix requires --protocol");
         }
         return options;

@@ -25,7 +25,8 @@ struct Options {
     std::string usock;                       // the path of a local socket; empty for none
     std::optional<std::uint16_t> vxi11;      // the port of the core channel
     std::optional<std::uint16_t> portmapper; // only with a core channel
-    std::string protocol; // the file that describes what the TCP port speaks; empty for SCPI
+    bool brix = false;                       // speaks packets on the TCP port
+    std::string protocol;                    // the file that names the parameters; only with brix
     bool quiet = false;
     Pacing pacing;
     InstrumentSettings instrument;
