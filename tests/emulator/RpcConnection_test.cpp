@@ -28,7 +28,7 @@ namespace {
 // with itself in brackets; "wait" after 150 ms, "bad" not at all.
 class Peer {
 public:
-    explicit Peer(milliseconds idle_drop = milliseconds(0)) {
+    explicit Peer(milliseconds idle_drop = milliseconds(0), const emulator::Pieces& pieces = {}) {
         std::array<int, 2> ends{};
         if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
             throw std::system_error(errno, std::generic_category(), "socketpair");
@@ -36,7 +36,7 @@ public:
         m_client = std::make_unique<StreamClient>(ends[0]);
         const asio::generic::stream_protocol protocol(AF_UNIX, 0);
         std::make_shared<RpcConnection>(RpcConnection::Socket(m_context, protocol, ends[1]),
-                                        &Answer, idle_drop)
+                                        &Answer, idle_drop, pieces)
             ->Start();
         m_thread = std::thread([this] { m_context.run(); });
     }
@@ -93,6 +93,14 @@ TEST(RpcConnection, AHeldBackReplyHoldsBackTheNext) {
     peer.Client().Send(Marked("wait") + Marked("on"));
     EXPECT_EQ(peer.Client().ReadExactly(10), "[wait][on]");
     EXPECT_GE(steady_clock::now() - start, milliseconds(150));
+}
+
+TEST(RpcConnection, WritesInPieces) {
+    Peer peer(milliseconds(0), {2, milliseconds(50)});
+    const auto start = steady_clock::now();
+    peer.Client().Send(Marked("one") + Marked("two"));
+    EXPECT_EQ(peer.Client().ReadExactly(10), "[one][two]");
+    EXPECT_GE(steady_clock::now() - start, milliseconds(200)) << "two pauses in each";
 }
 
 TEST(RpcConnection, EndsOnWhatCannotBeAnswered) {

@@ -90,6 +90,12 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--pty", options.pty, "Serve a pseudo-terminal, too, and make this a link to it")
         ->check(RefuseEmpty)
         ->type_name("LINK");
+    CLI::Option* const brix =
+        app.add_flag("--brix", options.brix, "Speak BRIX packets on the TCP port");
+    app.add_option("--protocol", options.protocol, "The Protocol.xml that names the parameters")
+        ->needs(brix)
+        ->check(RefuseEmpty)
+        ->type_name("FILE");
     AddMilliseconds(app, "--delay", options.pacing.delay, "Wait so long before each response");
     AddMilliseconds(app, "--idle-drop", options.pacing.idle_drop,
                     "Close a connection that was silent for so long");
@@ -127,6 +133,9 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit
         // Whoever finds an instrument on the LAN wants to reach it.
         if (options.discoverable && app.count("--bind") == 0) {
             options.bind = "0.0.0.0";
+        }
+        if (options.brix && options.protocol.empty()) {
+            throw CLI::RequiredError("--brix requires --protocol");
         }
         return options;
     } catch (const CLI::Success& request) {

@@ -27,6 +27,8 @@ struct Options {
     std::optional<std::uint16_t> portmapper; // only with a core channel
     std::string pty;                         // the link to a pseudo-terminal; empty for none
     bool discoverable = false;
+    bool brix = false;    // speaks packets on the TCP port
+    std::string protocol; // the file that names the parameters; only with brix
     bool quiet = false;
     Pacing pacing;
     InstrumentSettings instrument;

@@ -13,10 +13,14 @@ Server::Server(asio::io_context& context, Serve serve)
     : m_acceptor(context), m_retry(context), m_serve(std::move(serve)) {}
 
 Server::Server(asio::io_context& context, Instrument& instrument, const Pacing& pacing)
-    : Server(context, [&instrument, pacing](Protocol::socket socket) {
-          std::make_shared<Connection<Protocol::socket>>(std::move(socket), instrument, pacing)
-              ->Start();
-      }) {}
+    : Server(context, ServeText(instrument, pacing)) {}
+
+Server::Serve Server::ServeText(Instrument& instrument, const Pacing& pacing) {
+    return [&instrument, pacing](Protocol::socket socket) {
+        std::make_shared<Connection<Protocol::socket>>(std::move(socket), instrument, pacing)
+            ->Start();
+    };
+}
 
 void Server::Listen(const Protocol::endpoint& endpoint) {
     m_acceptor.open(endpoint.protocol());

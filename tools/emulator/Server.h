@@ -19,7 +19,8 @@ public:
     using Serve = std::function<void(Protocol::socket)>;
 
     Server(asio::io_context& context, Serve serve);
-    // Serves one instrument, which must outlive the context.
+    // Commands in lines of text for one instrument, which must outlive the context.
+    static Serve ServeText(Instrument& instrument, const Pacing& pacing);
     Server(asio::io_context& context, Instrument& instrument, const Pacing& pacing);
 
     // Throws std::system_error.

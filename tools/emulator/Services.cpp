@@ -1,8 +1,12 @@
 #include "tools/emulator/Services.h"
 
+#include "companions/protodesc/ProtocolFile.h"
+#include "companions/protodesc/ProtocolXml.h"
 #include "tools/emulator/Connection.h"
 #include "tools/emulator/Discovery.h"
+#include "tools/emulator/PacketAssembler.h"
 #include "tools/emulator/Portmapper.h"
+#include "tools/emulator/RecordConnection.h"
 #include "tools/emulator/RpcCall.h"
 #include "tools/emulator/RpcConnection.h"
 #include "tools/emulator/Vxi11Link.h"
@@ -14,6 +18,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 namespace emulator {
 
@@ -78,10 +83,22 @@ DatagramServer::Answer WhereServed(const asio::ip::address_v4& bind,
     };
 }
 
+protodesc::ProtocolDescription LoadProtocol(const std::string& path) {
+    const auto text = protodesc::ReadProtocolFile(path.c_str());
+    if (!text) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    auto result = protodesc::ParseProtocol(text->data(), text->size());
+    if (const auto* fault = std::get_if<protodesc::Fault>(&result)) {
+        throw std::runtime_error(path + ":" + std::to_string(fault->line) + ": " + fault->message);
+    }
+    return std::get<protodesc::ProtocolDescription>(std::move(result));
+}
+
 } // namespace
 
 Services::Services(asio::io_context& context, Instrument& instrument, const Options& options)
-    : m_options(options), m_stream(context, instrument, options.pacing) {
+    : m_options(options), m_stream(context, Stream(instrument)) {
     const std::uint16_t port = ListenOnTcp(m_stream, options.port, "listening");
     if (options.discoverable) {
         AnswerSearches(context, port);
@@ -133,6 +150,23 @@ void Services::ServeCoreChannel(asio::io_context& context, Instrument& instrumen
     if (m_options.portmapper) {
         ListenAsPortmapper(context, port);
     }
+}
+
+Server::Serve Services::Stream(Instrument& instrument) {
+    const Pacing& pacing = m_options.pacing;
+    if (m_options.protocol.empty()) {
+        return Server::ServeText(instrument, pacing);
+    }
+    m_brix.emplace(LoadProtocol(m_options.protocol), m_options.instrument.curve_length);
+    return [&brix = *m_brix, pacing](Socket socket) {
+        std::make_shared<RecordConnection<PacketAssembler>>(
+            std::move(socket),
+            [&brix, pacing](std::string_view packet) {
+                return RecordReply{brix.Answer(packet), pacing.delay};
+            },
+            pacing.idle_drop, Pieces{pacing.chunk, pacing.chunk_interval})
+            ->Start();
+    };
 }
 
 // Searches ask by broadcast, which is for IPv4 only.

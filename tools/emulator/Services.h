@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/emulator/BrixInstrument.h"
 #include "tools/emulator/DatagramServer.h"
 #include "tools/emulator/Instrument.h"
 #include "tools/emulator/Options.h"
@@ -34,7 +35,10 @@ private:
     void ListenOnPath(Server& server);
     void ListenAsPortmapper(asio::io_context& context, std::uint16_t core_port);
 
+    Server::Serve Stream(Instrument& instrument);
+
     const Options m_options;
+    std::optional<BrixInstrument> m_brix;
     std::vector<std::string> m_addresses;
     Server m_stream;
     std::optional<DatagramServer> m_discovery;
