@@ -55,6 +55,7 @@ bool IsControl(char byte) {
 std::vector<std::string> AlignedLines(const std::vector<TableRow>& rows) {
     const std::vector<std::size_t> widths = ColumnWidths(rows);
     std::vector<std::string> lines;
+    lines.reserve(rows.size());
     for (const TableRow& row : rows) {
         lines.push_back(Line(row, widths));
     }
