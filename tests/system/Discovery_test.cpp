@@ -478,29 +478,29 @@ TEST_F(Discovery, ASearchThatKeepsNoList) {
     });
 }
 
-using DiscoveryDeathTest = Discovery;
+// One search first, since a sanitizer needs descriptors to look at something for the first time.
+class DiscoveryDeathTest : public Discovery {
+protected:
+    long SearchWithDescriptors(int descriptors) const {
+        long status = 4711;
+        here->Do([&] {
+            char everything[] = "";
+            CSessionTCPIP().FindResources(everything, Record, nullptr);
+            LimitDescriptors(descriptors);
+            status = CSessionTCPIP().FindResources(everything, Record, nullptr);
+        });
+        return status;
+    }
+};
 
 TEST_F(DiscoveryDeathTest, WithoutAListOfInterfacesTheProcessEndsOnPurpose) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            LimitDescriptors(1);
-            CSessionTCPIP session;
-            char everything[] = "";
-            session.FindResources(everything, Record, nullptr);
-        },
-        testing::ExitedWithCode(1), "getifaddrs: Too many open files");
+    EXPECT_EXIT(SearchWithDescriptors(1), testing::ExitedWithCode(1),
+                "getifaddrs: Too many open files");
 }
 
 TEST_F(DiscoveryDeathTest, WithoutAnySocketNothingIsFound) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            LimitDescriptors(0);
-            CSessionTCPIP session;
-            char everything[] = "";
-            _exit(session.FindResources(everything, Record, nullptr) == VI_ERROR_RSRC_NFOUND ? 7
-                                                                                             : 8);
-        },
-        testing::ExitedWithCode(7), "");
+    EXPECT_EXIT(_exit(SearchWithDescriptors(0) == VI_ERROR_RSRC_NFOUND ? 7 : 8),
+                testing::ExitedWithCode(7), "");
 }
