@@ -44,6 +44,9 @@ void TableReporter::ReportRun(const Run& run) {
     } else if (run.counters.contains("processor_ms")) {
         std::printf("%.2f ms of processor time in 1 s, limit ", CounterOf(run, "processor_ms"));
         ReportVerdict(CounterOf(run, "processor_ms"), CounterOf(run, "limit"));
+    } else if (run.counters.contains("call_us")) {
+        std::printf("%.3f us a call, limit ", CounterOf(run, "call_us"));
+        ReportVerdict(CounterOf(run, "call_us"), CounterOf(run, "limit"));
     } else {
         for (const auto& [counter, value] : run.counters) {
             std::printf("%s %.0f  ", counter.c_str(), value.value);

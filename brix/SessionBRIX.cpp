@@ -70,7 +70,9 @@ void StoreCount(unsigned long* target, unsigned long count) {
 // "#3100" for 100 bytes.
 std::string BlockHeader(std::uint32_t size) {
     const std::string digits = std::to_string(size);
-    return "#" + std::to_string(digits.size()) + digits;
+    std::string header = "#";
+    header += std::to_string(digits.size());
+    return header += digits;
 }
 
 } // namespace
