@@ -123,8 +123,8 @@ TEST_F(MonitorBlock, LengthsAreLimitedOnBothSides) {
 }
 
 TEST_F(MonitorBlock, PiecesKnowTheirPlaceAndWholeMessagesLeaveThePaddingEmpty) {
-    const std::string text = "a";
-    uxvisa::MonitorPiece piece = Piece(text, true, 0);
+    const std::string data = "a";
+    uxvisa::MonitorPiece piece = Piece(data, true, 0);
     block.Put(piece);
     EXPECT_EQ(words[0], 1U);
     for (const bool continues : {false, true}) {

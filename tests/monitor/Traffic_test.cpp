@@ -23,7 +23,7 @@ using testing::AnyOf;
 
 namespace {
 
-// A sanitizer makes every message several times as slow; the full count would take minutes there.
+// Scaled down under a sanitizer, where the full count takes longer than a test should.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr long ManyMessages = 20000;
 #else
