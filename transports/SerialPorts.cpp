@@ -45,6 +45,7 @@ std::vector<std::string> ListedNames() {
     const std::unique_ptr<dirent*, FreeEntries> list(listed);
     std::vector<Entry> entries(listed, listed + count);
     std::vector<std::string> names;
+    names.reserve(entries.size());
     for (const Entry& entry : entries) {
         names.emplace_back(entry->d_name);
     }
