@@ -35,8 +35,11 @@ std::size_t Store(char* target, std::size_t room, const std::string& text) {
 }
 
 std::string Summary(const std::string& record) {
-    return "\t" + RecordText(record, Identity) + "\t" + RecordText(record, Model) + " " +
-           RecordText(record, SerialNumber) + "\t" + RecordText(record, Address) + "\t";
+    std::string summary;
+    summary.append("\t").append(RecordText(record, Identity));
+    summary.append("\t").append(RecordText(record, Model));
+    summary.append(" ").append(RecordText(record, SerialNumber));
+    return summary.append("\t").append(RecordText(record, Address)).append("\t");
 }
 
 // Programs that know of the summary read on behind the resource string.
@@ -111,7 +114,7 @@ long CSessionFindList::FindRsrc(char* expression, ISession**, unsigned long* cou
             return VI_ERROR_INV_EXPR;
         }
         m_records.clear();
-        m_expression = AsksForEverything(expression) ? "" : expression;
+        m_expression = AsksForEverything(expression) ? std::string() : std::string(expression);
         Search(*this).Run();
         if (count != nullptr) {
             *count = m_records.size();
