@@ -97,6 +97,7 @@ public:
         Require(m_session.Write(reinterpret_cast<unsigned char*>(line.data()), line.size(),
                                 &count) == VI_SUCCESS);
     }
+    ISession& Session() { return m_session; }
     unsigned long Read(unsigned char* buffer, unsigned long size) {
         unsigned long count = 0;
         Require(m_session.Read(buffer, size, &count) == VI_SUCCESS);
@@ -166,32 +167,85 @@ void BrixDecode255Values(benchmark::State& state) {
     PerCall(state, 100, 25, [&] { Require(brix.Read(line.data(), line.size()) > 255); });
 }
 
-// A line of about 100000 characters, taken out byte by byte; the bare way does the same from a text
-// in memory.
+// Gives a text, by a cursor and nothing else.
+class CursorSession : public CBaseSession {
+public:
+    long Read(unsigned char* buffer, unsigned long count, unsigned long* readCount) override {
+        *readCount = std::min<unsigned long>(count, text.size() - m_at);
+        std::memcpy(buffer, text.data() + m_at, *readCount);
+        m_at = (m_at + *readCount) % text.size();
+        return VI_SUCCESS;
+    }
+    std::string text;
+
+private:
+    std::size_t m_at = 0;
+};
+
+void ReadByteByByte(ISession& session, unsigned long length) {
+    for (unsigned long i = 0; i < length; ++i) {
+        unsigned char byte = 0;
+        unsigned long count = 0;
+        Require(session.Read(&byte, 1, &count) == VI_SUCCESS && count == 1);
+    }
+}
+
+// A line of about 100000 characters, decoded once and taken byte by byte.
 void BrixReadByteByByte(benchmark::State& state) {
-    Brix brix(Freq(std::string(60000, '\x11'), 0));
+    std::string values;
+    for (int i = 0; i < 6500; ++i) {
+        values += std::string("\x34\x12", 2) + static_cast<char>(i) + '\x01';
+    }
+    Brix brix(Freq(values, 0));
     std::vector<unsigned char> line(300000);
+    CursorSession cursor;
     const unsigned long length = brix.Read(line.data(), line.size());
-    Require(length >= 100000);
-    const std::string text(length, 'x');
+    cursor.text.assign(length, 'x');
+    state.counters["length"] = static_cast<double>(length);
     Comparison comparison;
     for (auto _ : state) {
         comparison.Measure(
-            state,
-            [&] {
-                for (std::size_t at = 0; at < text.size(); ++at) {
-                    std::memcpy(line.data(), text.data() + at, 1);
-                    benchmark::DoNotOptimize(line.data());
-                    benchmark::ClobberMemory();
-                }
-            },
-            [&] {
-                for (unsigned long i = 0; i < length; ++i) {
-                    Require(brix.Read(line.data(), 1) == 1);
-                }
-            });
+            state, [&] { ReadByteByByte(cursor, length); },
+            [&] { ReadByteByByte(brix.Session(), length); });
     }
-    comparison.Report(state, 0);
+    comparison.Report(state, 2);
+}
+
+ViSession Open(const std::string& resource) {
+    ViSession manager = 0;
+    ViSession session = 0;
+    Require(viOpenDefaultRM(&manager) == VI_SUCCESS);
+    Require(viOpen(manager, resource.c_str(), 0, 0, &session) == VI_SUCCESS);
+    return session;
+}
+
+void Exchange(ViSession session, const std::string& request, std::size_t room,
+              std::size_t expected) {
+    unsigned char reply[64];
+    ViUInt32 count = 0;
+    Require(viWrite(session, reinterpret_cast<ViConstBuf>(request.data()), request.size(),
+                    &count) == VI_SUCCESS);
+    Require(viRead(session, reply, room, &count) == VI_SUCCESS && count == expected);
+}
+
+// The same bytes over the same kind of connection, once as they are and once as lines.
+void BrixQuery(benchmark::State& state) {
+    PinToOneProcessor(state.range(0) != 0);
+    const WorkingDirectory directory;
+    Peer peer(Peer::Kind::Brix);
+    const ViSession plain = Open(peer.Resource());
+    const ViSession brix = Open(peer.Resource() + "::BRIX");
+    const std::string query = Packet(std::string("\x01\0", 2), 0, 0x42, 4);
+    const std::string line = "FREQ?\n";
+    Comparison comparison;
+    for (auto _ : state) {
+        comparison.Measure(
+            state, [&] { Exchange(plain, query, 22, 22); }, [&] { Exchange(brix, line, 64, 11); });
+    }
+    viClose(plain);
+    viClose(brix);
+    comparison.Report(state, state.range(0) != 0 ? 1.5 : 0);
+    PinToOneProcessor(false);
 }
 
 } // namespace
@@ -199,6 +253,7 @@ void BrixReadByteByByte(benchmark::State& state) {
 BENCHMARK(BrixEncodeLine)->Iterations(200)->UseManualTime();
 BENCHMARK(BrixDecodeReply)->Iterations(200)->UseManualTime();
 BENCHMARK(BrixDecode255Values)->Iterations(100)->UseManualTime();
-BENCHMARK(BrixReadByteByByte)->Iterations(20)->UseManualTime();
+BENCHMARK(BrixReadByteByByte)->Iterations(50)->UseManualTime();
+BENCHMARK(BrixQuery)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(10000)->UseManualTime();
 
 } // namespace uxvisa::bench

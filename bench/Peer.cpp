@@ -75,6 +75,29 @@ void ServeLines(int fd) {
     }
 }
 
+// "FREQ = 1.5" for whatever is asked.
+void ServePackets(int fd) {
+    static const std::string reply("\xAA\x55\x03\0\0\0\x06\0\x01\x42\0\0\0\0\0\0\x01\0\0\x80\x01\0",
+                                   22);
+    char request[18];
+    while (recv(fd, request, sizeof request, MSG_WAITALL) == sizeof request) {
+        SendAll(fd, reply);
+    }
+}
+
+void ServeOne(int fd, Peer::Kind kind) {
+    switch (kind) {
+    case Peer::Kind::Vxi11:
+        ServeVxi11(fd);
+        break;
+    case Peer::Kind::Brix:
+        ServePackets(fd);
+        break;
+    default:
+        ServeLines(fd);
+    }
+}
+
 [[noreturn]] void ServeAll(int listener, Peer::Kind kind) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     signal(SIGCHLD, SIG_IGN);
@@ -84,7 +107,7 @@ void ServeLines(int fd) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             close(listener);
             NoDelay(fd);
-            kind == Peer::Kind::Vxi11 ? ServeVxi11(fd) : ServeLines(fd);
+            ServeOne(fd, kind);
             _exit(0);
         }
         close(fd);

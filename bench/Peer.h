@@ -9,10 +9,11 @@ namespace uxvisa::bench {
 
 // Serves every connection with a child process. A request line of 'Q' is answered with a line of 64
 // bytes, "B<n>" with n bytes of block data, "L<n>" with a line of n bytes, "S" with nothing. A
-// VXI-11 peer answers calls of the core channel instead.
+// VXI-11 peer answers calls of the core channel instead, a BRIX peer each request of 18 bytes with
+// a packet of 22.
 class Peer {
 public:
-    enum class Kind { Tcp, Local, Vxi11 };
+    enum class Kind { Tcp, Local, Vxi11, Brix };
 
     explicit Peer(Kind kind);
     ~Peer();
