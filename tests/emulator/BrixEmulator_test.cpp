@@ -1,45 +1,16 @@
 // BRIX sessions against the emulator, with the protocol library that users have.
+#include "emulator/BrixDirectory.h"
 #include "emulator/EmulatorProcess.h"
 
 #include "uxvisa/visa.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-namespace fs = std::filesystem;
-
 namespace {
-
-// A working directory with what a BRIX session looks for there.
-class WorkingDirectory {
-public:
-    WorkingDirectory() : m_before(fs::current_path()) {
-        std::string name = (fs::temp_directory_path() / "uxvisa-brix-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no temporary directory");
-        }
-        m_path = name;
-        fs::create_symlink(UXVISA_PROTO_DESC, m_path / "libProtoDesc.so.1.0.0");
-        fs::copy_file(UXVISA_EXAMPLE_PROTOCOL, m_path / "Protocol.xml");
-        fs::current_path(m_path);
-    }
-    WorkingDirectory(const WorkingDirectory&) = delete;
-    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
-    ~WorkingDirectory() {
-        fs::current_path(m_before);
-        fs::remove_all(m_path);
-    }
-
-private:
-    fs::path m_before;
-    fs::path m_path;
-};
 
 class BrixEmulator : public testing::Test {
 protected:
@@ -79,7 +50,7 @@ protected:
         return Read(session);
     }
 
-    const WorkingDirectory directory;
+    const BrixDirectory directory;
     std::unique_ptr<EmulatorProcess> emulator;
 };
 
