@@ -1,10 +1,10 @@
 #include "transports/DeviceFile.h"
 
-#include <cerrno>
-
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+#include "transports/DeviceDescriptor.h"
 
 namespace uxvisa::sys {
 
@@ -13,28 +13,10 @@ namespace {
 // USBTMC_IOCTL_ABORT_BULK_IN of linux/usb/tmc.h.
 constexpr unsigned long AbortBulkInRequest = 0x5B04;
 
-template <typename Call>
-auto Restarted(Call&& call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
-int AwayFromStandardDescriptors(int fd) {
-    if (fd < 0 || fd > STDERR_FILENO) {
-        return fd;
-    }
-    const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    ::close(fd);
-    return moved;
-}
-
 } // namespace
 
 int OpenDevice(const char* path) {
-    return AwayFromStandardDescriptors(
+    return PastStandardDescriptors(
         Restarted([&] { return ::open(path, O_RDWR | O_CLOEXEC | O_NOCTTY); }));
 }
 

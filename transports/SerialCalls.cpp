@@ -1,39 +1,17 @@
 #include "transports/SerialCalls.h"
 
-#include <cerrno>
-
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "transports/DeviceDescriptor.h"
+
 namespace uxvisa::sys {
-
-namespace {
-
-template <typename Call>
-auto Unbroken(Call&& call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
-int PastStandardDescriptors(int fd) {
-    if (fd < 0 || fd > STDERR_FILENO) {
-        return fd;
-    }
-    const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    ::close(fd);
-    return moved;
-}
-
-} // namespace
 
 int OpenTerminal(const char* path) {
     constexpr int Flags = O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC;
-    return PastStandardDescriptors(Unbroken([&] { return ::open(path, Flags); }));
+    return PastStandardDescriptors(Restarted([&] { return ::open(path, Flags); }));
 }
 
 int GetTerminalSettings(int fd, termios& settings) {
@@ -41,7 +19,7 @@ int GetTerminalSettings(int fd, termios& settings) {
 }
 
 int SetTerminalSettings(int fd, int when, const termios& settings) {
-    return Unbroken([&] { return ::tcsetattr(fd, when, &settings); });
+    return Restarted([&] { return ::tcsetattr(fd, when, &settings); });
 }
 
 int CountWaitingBytes(int fd, int& count) {
@@ -49,15 +27,15 @@ int CountWaitingBytes(int fd, int& count) {
 }
 
 ssize_t ReadTerminal(int fd, void* data, std::size_t size) {
-    return Unbroken([&] { return ::read(fd, data, size); });
+    return Restarted([&] { return ::read(fd, data, size); });
 }
 
 ssize_t WriteTerminal(int fd, const void* data, std::size_t size) {
-    return Unbroken([&] { return ::write(fd, data, size); });
+    return Restarted([&] { return ::write(fd, data, size); });
 }
 
 int DrainTerminal(int fd) {
-    return Unbroken([&] { return ::tcdrain(fd); });
+    return Restarted([&] { return ::tcdrain(fd); });
 }
 
 int GetSerialPortType(int fd, int& type) {
