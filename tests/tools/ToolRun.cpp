@@ -2,8 +2,10 @@
 
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -53,6 +55,12 @@ public:
     void Open(const std::string& path, int to) {
         posix_spawn_file_actions_addopen(&m_actions, to, path.c_str(), O_WRONLY, 0);
     }
+    void OpenInput(const std::string& path) {
+        posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, path.c_str(), O_RDONLY, 0);
+    }
+    void ChangeDirectory(const std::string& path) {
+        posix_spawn_file_actions_addchdir_np(&m_actions, path.c_str());
+    }
     void Close(int descriptor) { posix_spawn_file_actions_addclose(&m_actions, descriptor); }
     const posix_spawn_file_actions_t* Get() const { return &m_actions; }
 
@@ -91,23 +99,72 @@ void Connect(SpawnActions& actions, const ToolStreams& streams, const Capture& o
     if (streams.closesInput) {
         actions.Close(STDIN_FILENO);
     }
+    if (!streams.inputPath.empty()) {
+        actions.OpenInput(streams.inputPath);
+    }
+    if (!streams.directory.empty()) {
+        actions.ChangeDirectory(streams.directory);
+    }
+}
+
+bool Await(const Capture& capture, const std::string& text) {
+    for (int tries = 0; tries < 2000; ++tries) {
+        if (capture.Text().find(text) != std::string::npos) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
 }
 
 } // namespace
 
-ToolResult RunTool(const std::vector<std::string>& arguments, const ToolStreams& streams) {
-    const Capture output;
-    const Capture error;
+struct RunningTool::Streams {
+    Capture output;
+    Capture error;
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+};
+
+RunningTool::RunningTool(const std::vector<std::string>& arguments, const ToolStreams& streams)
+    : m_streams(std::make_unique<Streams>()) {
     SpawnActions actions;
-    Connect(actions, streams, output, error);
-    const auto start = std::chrono::steady_clock::now();
-    const pid_t child = Spawn(arguments, actions);
+    Connect(actions, streams, m_streams->output, m_streams->error);
+    m_child = Spawn(arguments, actions);
+}
+
+RunningTool::~RunningTool() {
+    if (m_child > 0) {
+        ::kill(m_child, SIGKILL);
+        ::waitpid(m_child, nullptr, 0);
+    }
+}
+
+void RunningTool::Signal(int number) const {
+    ::kill(m_child, number);
+}
+
+bool RunningTool::AwaitOutput(const std::string& text) const {
+    return Await(m_streams->output, text);
+}
+
+bool RunningTool::AwaitError(const std::string& text) const {
+    return Await(m_streams->error, text);
+}
+
+ToolResult RunningTool::Wait() {
     int status = 0;
     rusage usage{};
-    if (::wait4(child, &status, 0, &usage) != child) {
+    if (::wait4(m_child, &status, 0, &usage) != m_child) {
         throw std::system_error(errno, std::generic_category(), "wait4");
     }
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    m_child = -1;
+    const std::chrono::duration<double> elapsed =
+        std::chrono::steady_clock::now() - m_streams->start;
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return {code, output.Text(), error.Text(), usage.ru_maxrss, elapsed.count()};
+    return {code, m_streams->output.Text(), m_streams->error.Text(), usage.ru_maxrss,
+            elapsed.count()};
+}
+
+ToolResult RunTool(const std::vector<std::string>& arguments, const ToolStreams& streams) {
+    return RunningTool(arguments, streams).Wait();
 }

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <vector>
+
+#include "tools/uxvisa/Failure.h"
+#include "tools/uxvisa/ProtocolDocument.h"
 
 namespace uxvisa::tool {
 
@@ -71,7 +75,52 @@ std::string NoAnswerToConnect(const std::string& resource) {
     return "is the host name right, and is the instrument on and in reach? Try: ping " + host;
 }
 
+bool IsSerial(const std::string& resource) {
+    return UpperCase(Fields(resource)[0]).find("TTY") != std::string::npos;
+}
+
+bool IsBrix(const std::string& resource) {
+    return UpperCase(resource).find("::BRIX") != std::string::npos;
+}
+
+std::string NoProtocolLibrary() {
+    const char* library = "libProtoDesc.so.1.0.0";
+    return std::filesystem::exists(library)
+               ? std::string("the loader does not take the ") + library + " of this directory"
+               : std::string("a BRIX session needs ") + library + " and " + ProtocolDocumentName +
+                     " in the directory it is opened in, and this one has no library: "
+                     "ln -s LIBDIR/" +
+                     library + " . (see docs/protocol-xml.md)";
+}
+
+// Sessions open all the same when the document is missing or faulty.
+std::string LineRefused(const Situation& situation) {
+    if (!IsBrix(situation.resource)) {
+        return {};
+    }
+    try {
+        LoadProtocolDocument(ProtocolDocumentName);
+    } catch (const Failure& failure) {
+        return std::string("names come from the ") + ProtocolDocumentName +
+               " of this directory: " + failure.what();
+    }
+    return "'uxvisa brix encode' says what is wrong with a line";
+}
+
+std::string OptionRefused(ViStatus status, const Situation& situation) {
+    if (situation.option == "--baud") {
+        return status == VI_ERROR_NSUP_ATTR_STATE
+                   ? "speeds are 50, 75, 110, 134, 150, 200, 300, 600, 1200, 1800, 2400, 4800, "
+                     "9600, 19200, 38400, 57600 and 115200"
+                   : "--baud is for serial ports, as ttyUSB0::INSTR";
+    }
+    return situation.option + " is for resources with ::BRIX behind them";
+}
+
 std::string NoDriver(const std::string& resource) {
+    if (IsBrix(resource)) {
+        return NoProtocolLibrary();
+    }
     if (UpperCase(Fields(resource).back()) == "INSTR") {
         return "a VXI-11 resource needs a driver library: --driver libuxdriver_lan.so";
     }
@@ -91,6 +140,9 @@ std::string NoAnswer(const Situation& situation) {
         return "the answer has begun but not ended: " + raise +
                ", or give --termchar off if its lines do not end in a line feed";
     }
+    if (IsSerial(situation.resource)) {
+        return raise + ", or is the speed another one (--baud), or the device unplugged?";
+    }
     if (situation.command.empty()) {
         return "has the instrument been asked for something? If it needs longer, " + raise;
     }
@@ -105,6 +157,7 @@ std::string NoAnswer(const Situation& situation) {
 std::string TimeOut(const Situation& situation) {
     switch (situation.stage) {
     case Stage::Open:
+    case Stage::Setup:
         return NoAnswerToConnect(situation.resource);
     case Stage::Write:
         return "the instrument takes no data: is it busy? Else " +
@@ -118,6 +171,9 @@ std::string TimeOut(const Situation& situation) {
 } // namespace
 
 std::string Advice(ViStatus status, const Situation& situation) {
+    if (!situation.option.empty()) {
+        return OptionRefused(status, situation);
+    }
     switch (status) {
     case VI_ERROR_INV_RSRC_NAME:
         return InvalidName(situation.resource);
@@ -128,6 +184,8 @@ std::string Advice(ViStatus status, const Situation& situation) {
     case VI_ERROR_CONN_LOST:
         return "the instrument or the network broke the connection: is another program using it? "
                "Try again";
+    case VI_ERROR_INP_PROT_VIOL:
+        return LineRefused(situation);
     case VI_ERROR_LIBRARY_NFOUND:
         return NoDriver(situation.resource);
     case VI_ERROR_SYSTEM_ERROR:

@@ -8,7 +8,7 @@
 
 namespace uxvisa::tool {
 
-enum class Stage { Open, Write, Read };
+enum class Stage { Open, Setup, Write, Read };
 
 struct Situation {
     Stage stage = Stage::Open;
@@ -20,6 +20,8 @@ struct Situation {
     std::uint64_t received = 0;
     // The answer was to have a certain number of bytes.
     bool isCounted = false;
+    // The option that is being applied to the session.
+    std::string option = {};
 };
 
 // One line, empty when there is nothing to say.

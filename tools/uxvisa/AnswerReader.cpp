@@ -2,9 +2,33 @@
 
 #include <vector>
 
+#include "tools/uxvisa/BlockHeader.h"
+#include "tools/uxvisa/EscapedText.h"
 #include "tools/uxvisa/StreamReader.h"
 
 namespace uxvisa::tool {
+
+namespace {
+
+// Takes what the session has ready, without waiting: empty when that is no block.
+std::string HeaderOfReadyBlock(Session& session) {
+    std::string text;
+    for (;;) {
+        const BlockHeader header = ParseBlockHeader(text.data(), text.size());
+        if (header.kind != BlockHeader::Kind::Incomplete) {
+            return header.kind == BlockHeader::Kind::Definite ? text : "";
+        }
+        const std::size_t before = text.size();
+        text.resize(before + header.missing);
+        const Transfer piece = session.Read(text.data() + before, header.missing, 0);
+        text.resize(before + piece.count);
+        if (piece.count == 0) {
+            return "";
+        }
+    }
+}
+
+} // namespace
 
 void ReadLine(Session& session, DataSink& sink) {
     constexpr std::size_t PieceSize = 1UL << 16;
@@ -20,6 +44,24 @@ void ReadLine(Session& session, DataSink& sink) {
             throw session.ReadFailure({piece.status, received});
         }
     }
+}
+
+void ReadLineAndBlock(Session& session, DataSink& sink, bool onlyData) {
+    MemorySink line;
+    ReadLine(session, onlyData ? line : sink);
+    session.EnableTermChar(false);
+    const std::string header = HeaderOfReadyBlock(session);
+    if (header.empty() && onlyData) {
+        throw InstrumentFailure(session.Resource(),
+                                "no block follows the answer " + EscapedText(line.Data()), "");
+    }
+    if (header.empty()) {
+        return;
+    }
+    if (!onlyData) {
+        sink.Write(header);
+    }
+    ReadCount(session, sink, ParseBlockHeader(header.data(), header.size()).length);
 }
 
 void ReadCount(Session& session, DataSink& sink, std::uint64_t count) {

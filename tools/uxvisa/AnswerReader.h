@@ -16,4 +16,8 @@ void ReadCount(Session& session, DataSink& sink, std::uint64_t count);
 // Until the instrument has been silent for the time-out; a failure if nothing came at all.
 void ReadUntilSilence(Session& session, DataSink& sink);
 
+// A line, and the block behind it if the session has one; with its header, or only the data of the
+// block, which has to be there then.
+void ReadLineAndBlock(Session& session, DataSink& sink, bool onlyData);
+
 } // namespace uxvisa::tool

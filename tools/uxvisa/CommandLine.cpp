@@ -13,6 +13,7 @@
 #include "tools/uxvisa/FindCommand.h"
 #include "tools/uxvisa/HelpFormatter.h"
 #include "tools/uxvisa/InfoCommand.h"
+#include "tools/uxvisa/MonitorCommand.h"
 #include "tools/uxvisa/QueryCommand.h"
 #include "tools/uxvisa/ReadCommand.h"
 #include "tools/uxvisa/StatusCommand.h"
@@ -47,6 +48,14 @@ std::uint64_t ParseNumber(const std::string& name, const std::string& text, std:
                                              std::to_string(least) + " to " + std::to_string(most));
     }
     return number;
+}
+
+void AddNumber(CLI::App& app, const std::string& name, const char* type, const char* description,
+               std::uint64_t least, std::optional<ViUInt32>& number) {
+    const auto take = [name, least, &number](const std::string& text) {
+        number = ParseNumber(name, text, least, std::numeric_limits<std::uint32_t>::max());
+    };
+    app.add_option_function<std::string>(name, take, description)->type_name(type);
 }
 
 void AddTimeout(CLI::App& app, Options& options) {
@@ -104,6 +113,7 @@ void DescribeProgram(CLI::App& app, Options& options) {
     AddQueryCommand(app, options);
     AddWriteCommand(app, options);
     AddReadCommand(app, options);
+    AddMonitorCommand(app, options);
     AddFindCommand(app, options);
     AddInfoCommand(app, options);
     AddStatusCommand(app, options);
@@ -180,6 +190,18 @@ void AddCommandText(CLI::App& app, Options& options) {
     app.add_option("CMD", options.command, "What to send, without its line end")
         ->required()
         ->type_name("");
+}
+
+void AddSessionOptions(CLI::App& app, Options& options) {
+    app.add_flag("--hook", options.hook, "Let 'uxvisa monitor' see what is sent and received");
+    AddNumber(app, "--baud", "N", "Speed of a serial port (115200)", 1, options.baud);
+    app.add_flag("--full-header", options.fullHeader,
+                 "BRIX: show every field of the answer's header");
+    AddNumber(app, "--decode-mode", "N",
+              "BRIX: 1 shows bodies as numbers, 2 has the body of\ncommand 6 follow as a block", 0,
+              options.decodeMode);
+    app.add_flag("--raw", options.raw,
+                 "BRIX: send and receive bytes as they are; all that arrives\nis the answer");
 }
 
 CLI::Option* AddCount(CLI::App& app, Options& options) {

@@ -25,6 +25,8 @@ CLI::App& AddCommand(CLI::App& program, Options& options, const std::string& nam
                      const std::string& description, const Command& run);
 void AddResource(CLI::App& app, Options& options);
 void AddCommandText(CLI::App& app, Options& options);
+// --hook, --baud, and what the binary command protocol has.
+void AddSessionOptions(CLI::App& app, Options& options);
 CLI::Option* AddCount(CLI::App& app, Options& options);
 // --output and --block; gives the latter.
 CLI::Option* AddAnswerOptions(CLI::App& app, Options& options);

@@ -109,7 +109,7 @@ void ReportOpenSession(const Options& options, bool isSerial, Report& report) {
     std::vector<AttributeReading> readings;
     {
         const OutputDiversion diversion(Aside);
-        session.emplace(options.resource, options.timeoutMs, Session::Setup::None);
+        session.emplace(options, Session::Setup::None);
         readings = ReadAttributes(*session);
     }
     ReportAttributes(readings, isSerial, report);

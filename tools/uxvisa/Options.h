@@ -26,6 +26,18 @@ struct Options {
     bool block = false;
     std::string outputFile;
 
+    bool hook = false;
+    std::optional<ViUInt32> baud;
+    // Of the binary command protocol.
+    bool fullHeader = false;
+    std::optional<ViUInt32> decodeMode;
+    bool raw = false;
+    std::optional<std::string> protocolFile;
+    std::string packet;
+
+    // How a monitor shows what it sees.
+    bool hex = false;
+
     std::string driver;
 
     ViUInt32 timeoutMs = 5000;

@@ -11,7 +11,7 @@ namespace {
 void RunQuery(const Options& options, Report& report) {
     report.AddField("resource", options.resource);
     report.AddField("command", options.command);
-    Session session(options.resource, options.timeoutMs);
+    Session session(options);
     Reception reception(options, report);
     reception.StartClock();
     session.Write(options.command, options.eol);
@@ -25,6 +25,7 @@ void AddQueryCommand(CLI::App& program, Options& options) {
         AddCommand(program, options, "query", "Send a command and print the answer", RunQuery);
     AddResource(app, options);
     AddCommandText(app, options);
+    AddSessionOptions(app, options);
     AddAnswerOptions(app, options);
     app.footer("The answer is printed up to its line feed. With --termchar off it is all that\n"
                "arrives until the instrument has been silent for --timeout.\n\n"

@@ -10,7 +10,7 @@ namespace {
 
 void RunRead(const Options& options, Report& report) {
     report.AddField("resource", options.resource);
-    Session session(options.resource, options.timeoutMs);
+    Session session(options);
     Reception reception(options, report);
     reception.StartClock();
     reception.Receive(session);
@@ -22,6 +22,7 @@ void AddReadCommand(CLI::App& program, Options& options) {
     CLI::App& app = AddCommand(program, options, "read",
                                "Print what the instrument sends of its own accord", RunRead);
     AddResource(app, options);
+    AddSessionOptions(app, options);
     CLI::Option* block = AddAnswerOptions(app, options);
     AddCount(app, options)->excludes(block);
     app.footer(

@@ -51,13 +51,22 @@ void Reception::Receive(Session& session) {
     }
 }
 
+// In this mode a session of the binary command protocol hands out blocks behind lines.
+bool Reception::ExpectsBlockBehindLine() const {
+    constexpr ViUInt32 BlockMode = 2;
+    return m_options.decodeMode == BlockMode && !m_options.raw && !m_options.count;
+}
+
 void Reception::Read(Session& session, DataSink& sink) {
-    if (m_options.block) {
+    const bool endsAtLineFeed = m_options.termChar && !m_options.raw;
+    if (ExpectsBlockBehindLine()) {
+        ReadLineAndBlock(session, sink, m_options.block);
+    } else if (m_options.block) {
         BlockReader(session, sink).Read();
     } else if (m_options.count) {
-        session.EnableTermChar(m_options.termChar);
+        session.EnableTermChar(endsAtLineFeed);
         ReadCount(session, sink, *m_options.count);
-    } else if (m_options.termChar) {
+    } else if (endsAtLineFeed) {
         ReadLine(session, sink);
     } else {
         ReadUntilSilence(session, sink);

@@ -23,6 +23,7 @@ public:
 private:
     bool IsText() const;
     std::unique_ptr<Output> MakeOutput();
+    bool ExpectsBlockBehindLine() const;
     void Read(Session& session, DataSink& sink);
     void AddAnswer();
 

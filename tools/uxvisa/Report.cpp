@@ -42,7 +42,7 @@ void Report::AddFailure(const Failure& failure) {
 }
 
 void Report::Finish() const {
-    if (m_isJson) {
+    if (m_isJson && !(m_printsLines && m_fields.empty())) {
         StandardOutput().Write(m_fields.dump(-1, ' ', false, Json::error_handler_t::replace) +
                                '\n');
     }

@@ -25,12 +25,16 @@ public:
     // For standard error.
     static void Note(const std::string& subject, const std::string& text);
 
+    // From here on the command prints JSON lines of its own; only a failure is still put out.
+    void LeaveOutputToLines() { m_printsLines = true; }
+
     void AddFailure(const Failure& failure);
     // Puts out the JSON object.
     void Finish() const;
 
 private:
     bool m_isJson;
+    bool m_printsLines = false;
     nlohmann::ordered_json m_fields = nlohmann::ordered_json::object();
 };
 

@@ -1,70 +1,127 @@
 #include "tools/uxvisa/Session.h"
 
+#include "tools/uxvisa/HookedSession.h"
+#include "tools/uxvisa/ParsedResource.h"
 #include "tools/uxvisa/StatusTable.h"
+#include "uxvisa/VisaSession.h"
 #include "uxvisa/visa.h"
 
 namespace uxvisa::tool {
 
-Session::Session(const std::string& resource, ViUInt32 timeoutMs, Setup setup)
-    : m_situation{Stage::Open, resource, "", timeoutMs, 0} {
-    Open();
-    if (setup == Setup::None) {
-        return;
+namespace {
+
+std::unique_ptr<ISession> MakeSession(bool isHooked) {
+    if (isHooked) {
+        return std::make_unique<HookedSession>();
     }
-    try {
-        SetTimeout(timeoutMs);
-    } catch (...) {
-        viClose(m_handle);
-        throw;
-    }
+    return std::make_unique<VisaSession>();
 }
 
-Session::~Session() {
-    viClose(m_handle);
+// Whatever speaks over it: the line has no time-out and calls silence a lost connection.
+bool IsSerial(const std::string& resource) {
+    return ParseResource(resource).interfaceType == VI_INTF_ASRL;
+}
+
+} // namespace
+
+Session::Session(const Options& options, Setup setup)
+    : m_situation{Stage::Open, options.resource, "", options.timeoutMs, 0},
+      m_session(MakeSession(options.hook)) {
+    Open();
+    if (setup == Setup::Options) {
+        Apply(options);
+    }
 }
 
 void Session::Open() {
-    ViSession manager = VI_NULL;
-    Check(viOpenDefaultRM(&manager), Stage::Open);
-    Check(viOpen(manager, Resource().c_str(), VI_NO_LOCK, TimeoutMs(), &m_handle), Stage::Open);
+    std::string resource = Resource();
+    Check(m_session->OpenConnection(resource.data(), VI_NO_LOCK, TimeoutMs()), Stage::Open);
+    m_isPolled = IsSerial(Resource());
 }
 
-void Session::SetAttribute(ViAttr attribute, ViAttrState state) {
-    const ViStatus status = viSetAttribute(m_handle, attribute, state);
-    // A kind of session whose time-outs and line ends are fixed is no less usable.
+void Session::Apply(const Options& options) {
+    if (m_isPolled) {
+        ReadThroughLineInput();
+    }
+    SetTimeout(options.timeoutMs);
+    if (options.baud) {
+        ApplyOption("--baud", VI_ATTR_ASRL_BAUD, *options.baud);
+    }
+    if (options.fullHeader) {
+        ApplyOption("--full-header", VI_ATTR_BRIX_FULL_HEADER, VI_TRUE);
+    }
+    if (options.decodeMode) {
+        ApplyOption("--decode-mode", VI_ATTR_BRIX_DECODE_MODE, *options.decodeMode);
+    }
+    if (options.raw) {
+        ApplyOption("--raw", VI_ATTR_BRIX_RAW, VI_TRUE);
+    }
+}
+
+void Session::ApplyOption(const char* option, ViAttr attribute, ViAttrState state) {
+    m_situation.option = option;
+    Check(m_session->SetAttribute(attribute, state), Stage::Setup);
+    m_situation.option.clear();
+}
+
+// Lines that are polled have none, and to set one would change the terminal's settings.
+void Session::SetTimeout(ViUInt32 timeoutMs) {
+    m_currentTimeoutMs = timeoutMs;
+    if (m_isPolled) {
+        return;
+    }
+    const ViStatus status = m_session->SetAttribute(VI_ATTR_TMO_VALUE, timeoutMs);
+    // A kind of session whose time-outs are fixed is no less usable.
     if (status != VI_ERROR_NIMPL_OPER) {
         Check(status, m_situation.stage);
     }
 }
 
-void Session::SetTimeout(ViUInt32 timeoutMs) {
-    SetAttribute(VI_ATTR_TMO_VALUE, timeoutMs);
-    m_currentTimeoutMs = timeoutMs;
+// Serial ports and the binary command protocol cannot set it: the line feed is looked for here.
+void Session::EnableTermChar(bool enabled) {
+    m_endsAtLineFeed = enabled;
+    if (m_lineInput) {
+        return;
+    }
+    const ViStatus status =
+        m_session->SetAttribute(VI_ATTR_TERMCHAR_EN, enabled ? VI_TRUE : VI_FALSE);
+    if (status == VI_ERROR_NSUP_ATTR) {
+        ReadThroughLineInput();
+    } else if (status != VI_ERROR_NIMPL_OPER) {
+        Check(status, m_situation.stage);
+    }
 }
 
-void Session::EnableTermChar(bool enabled) {
-    SetAttribute(VI_ATTR_TERMCHAR_EN, enabled ? VI_TRUE : VI_FALSE);
+void Session::ReadThroughLineInput() {
+    m_lineInput.emplace([this](char* buffer, std::size_t size) { return ReadOnce(buffer, size); },
+                        m_isPolled ? LineInput::Silence::IsPolled : LineInput::Silence::Ends);
 }
 
 ViStatus Session::GetAttribute(ViAttr attribute, void* value) const {
-    return viGetAttribute(m_handle, attribute, value);
+    return m_session->GetAttribute(attribute, value);
 }
 
 std::uint64_t Session::Write(const std::string& command, const std::string& eol) {
-    const std::string message = command + eol;
-    ViUInt32 written = 0;
-    const auto* bytes = reinterpret_cast<ViConstBuf>(message.data());
-    Check(viWrite(m_handle, bytes, message.size(), &written), Stage::Write);
+    std::string message = command + eol;
+    unsigned long written = 0;
     m_situation.command = command;
-    return written;
+    auto* bytes = reinterpret_cast<unsigned char*>(message.data());
+    Check(m_session->Write(bytes, message.size(), &written), Stage::Write);
+    // A serial port stores no count.
+    return m_isPolled ? message.size() : written;
 }
 
 Transfer Session::Read(char* buffer, std::size_t size, ViUInt32 timeoutMs) {
     if (timeoutMs != m_currentTimeoutMs) {
         SetTimeout(timeoutMs);
     }
-    ViUInt32 count = 0;
-    const ViStatus status = viRead(m_handle, reinterpret_cast<ViPByte>(buffer), size, &count);
+    return m_lineInput ? m_lineInput->Read(buffer, size, timeoutMs, m_endsAtLineFeed)
+                       : ReadOnce(buffer, size);
+}
+
+Transfer Session::ReadOnce(char* buffer, std::size_t size) {
+    unsigned long count = 0;
+    const ViStatus status = m_session->Read(reinterpret_cast<unsigned char*>(buffer), size, &count);
     return {status, count};
 }
 
@@ -94,7 +151,9 @@ void Session::Check(ViStatus status, Stage stage) {
 
 InstrumentFailure Session::MakeFailure(ViStatus status, const Situation& situation,
                                        const std::string& detail) const {
-    return {situation.resource, status, StatusText(status) + detail, Advice(status, situation)};
+    const std::string option = situation.option.empty() ? "" : situation.option + ": ";
+    return {situation.resource, status, option + StatusText(status) + detail,
+            Advice(status, situation)};
 }
 
 } // namespace uxvisa::tool

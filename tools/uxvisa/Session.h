@@ -4,29 +4,26 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "core/ISession.h"
 #include "tools/uxvisa/Advice.h"
 #include "tools/uxvisa/Failure.h"
+#include "tools/uxvisa/LineInput.h"
+#include "tools/uxvisa/Options.h"
 #include "uxvisa/visatype.h"
 
 namespace uxvisa::tool {
 
-struct Transfer {
-    ViStatus status = VI_SUCCESS;
-    std::uint64_t count = 0;
-};
-
 class Session {
 public:
-    // What is set before the first use: the time-out, or nothing.
-    enum class Setup { Timeout, None };
+    // What is set before the first use: all that the options ask for, or nothing.
+    enum class Setup { Options, None };
 
-    Session(const std::string& resource, ViUInt32 timeoutMs, Setup setup = Setup::Timeout);
-    ~Session();
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    explicit Session(const Options& options, Setup setup = Setup::Options);
 
     const std::string& Resource() const { return m_situation.resource; }
     ViUInt32 TimeoutMs() const { return m_situation.timeoutMs; }
@@ -46,15 +43,24 @@ public:
 
 private:
     void Open();
+    void Apply(const Options& options);
+    // For an option that not every kind of session has.
+    void ApplyOption(const char* option, ViAttr attribute, ViAttrState state);
     void SetTimeout(ViUInt32 timeoutMs);
-    void SetAttribute(ViAttr attribute, ViAttrState state);
+    void ReadThroughLineInput();
+    Transfer ReadOnce(char* buffer, std::size_t size);
     void Check(ViStatus status, Stage stage);
     InstrumentFailure MakeFailure(ViStatus status, const Situation& situation,
                                   const std::string& detail) const;
 
     Situation m_situation;
-    ViSession m_handle = VI_NULL;
+    // The library's own, on which this object's calls end; closes when it goes.
+    std::unique_ptr<ISession> m_session;
     ViUInt32 m_currentTimeoutMs = 0;
+    bool m_isPolled = false;
+    bool m_endsAtLineFeed = false;
+    // Only for sessions that need it.
+    std::optional<LineInput> m_lineInput;
 };
 
 } // namespace uxvisa::tool
