@@ -142,6 +142,38 @@ TEST(CommandLine, TakesAResourceToTellAbout) {
     EXPECT_EQ(Complaint({"query", "R", "C", "--no-open"}), "unexpected argument '--no-open'");
 }
 
+TEST(CommandLine, TakesWhatSetsUpASession) {
+    for (const Words& command :
+         {Words{"query", "R", "C"}, Words{"write", "R", "C"}, Words{"read", "R"}}) {
+        EXPECT_FALSE(Parsed(command).hook || Parsed(command).fullHeader || Parsed(command).raw);
+        Words words = command;
+        words.insert(words.end(),
+                     {"--hook", "--baud", "9600", "--full-header", "--decode-mode", "2", "--raw"});
+        const Options options = Parsed(words);
+        EXPECT_TRUE(options.hook && options.fullHeader && options.raw);
+        EXPECT_EQ(options.baud, 9600U);
+        EXPECT_EQ(options.decodeMode, 2U);
+    }
+    EXPECT_EQ(Complaint({"read", "R", "--baud", "0"}),
+              "--baud: '0' is not a whole number from 1 to 4294967295");
+    EXPECT_EQ(Complaint({"info", "R", "--hook"}), "unexpected argument '--hook'");
+}
+
+TEST(CommandLine, TakesAMonitor) {
+    EXPECT_EQ(Parsed({"monitor", "R"}).resource, "R");
+    EXPECT_TRUE(Parsed({"monitor", "R", "--hex"}).hex);
+    EXPECT_EQ(Complaint({"monitor"}), "RSRC is required");
+}
+
+TEST(CommandLine, TakesPackets) {
+    EXPECT_EQ(Parsed({"brix", "encode", "FREQ=1"}).command, "FREQ=1");
+    EXPECT_EQ(Parsed({"brix", "encode", "A", "--protocol", "f"}).protocolFile, "f");
+    EXPECT_EQ(Parsed({"brix", "decode", "AA", "55"}).packet, "AA 55");
+    EXPECT_EQ(Parsed({"brix", "decode", "-"}).packet, "-");
+    EXPECT_EQ(Complaint({"brix", "frob"}), "unexpected argument 'frob'");
+    EXPECT_EQ(Complaint({"brix"}), "a command is missing");
+}
+
 TEST(CommandLine, RefusesWhatDoesNotGoTogether) {
     EXPECT_EQ(Complaint({"read", "R", "--block", "--count", "3"}), "--block excludes --count");
 }

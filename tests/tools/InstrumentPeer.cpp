@@ -49,6 +49,15 @@ std::string PeerConnection::ReadLine() {
     return line;
 }
 
+std::string PeerConnection::ReadBytes(std::size_t count) {
+    std::string bytes;
+    char byte = 0;
+    while (bytes.size() < count && ::recv(m_descriptor, &byte, 1, 0) == 1) {
+        bytes += byte;
+    }
+    return bytes;
+}
+
 std::string PeerConnection::ReadToEnd() {
     std::string all;
     std::array<char, 4096> piece{};

@@ -14,6 +14,8 @@ public:
 
     // Up to and with the line feed; what there is when the other side ends first.
     std::string ReadLine();
+    // So many bytes; what there is when the other side ends first.
+    std::string ReadBytes(std::size_t count);
     // Until the other side ends.
     std::string ReadToEnd();
     void Send(std::string_view data) const;

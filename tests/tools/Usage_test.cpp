@@ -18,9 +18,10 @@ TEST(Usage, HelpNamesEveryCommandAndCommonOption) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.error, "");
     for (const auto* word :
-         {"Usage: uxvisa [OPTIONS] COMMAND", "  query ", "  write ", "  read ", "  find ",
-          "  info ", "  status ", "--timeout MS", "--termchar on|off", "--eol lf|crlf|none",
-          "--json", "--time", "Examples:\n  uxvisa query TCPIP::", "Exit status: 0 done"}) {
+         {"Usage: uxvisa [OPTIONS] COMMAND", "  query ", "  write ", "  read ", "  monitor ",
+          "  brix ", "  find ", "  info ", "  status ", "--timeout MS", "--termchar on|off",
+          "--eol lf|crlf|none", "--json", "--time",
+          "Examples:\n  uxvisa query TCPIP::", "Exit status: 0 done"}) {
         EXPECT_THAT(result.output, HasSubstr(word));
     }
 }
@@ -41,7 +42,8 @@ TEST(Usage, HelpSaysWhatTerminationCharacterOffMeans) {
 }
 
 TEST(Usage, HelpFitsATerminal) {
-    for (const auto* command : {"query", "write", "read", "find", "info", "status"}) {
+    for (const auto* command :
+         {"query", "write", "read", "monitor", "brix", "find", "info", "status"}) {
         const std::string help = RunTool({command, "--help"}).output;
         for (std::size_t start = 0; start < help.size();) {
             const std::size_t end = help.find('\n', start);

@@ -9,6 +9,7 @@
 #include <span>
 #include <string_view>
 
+#include "tools/uxvisa/BrixCommand.h"
 #include "tools/uxvisa/Failure.h"
 #include "tools/uxvisa/FindCommand.h"
 #include "tools/uxvisa/HelpFormatter.h"
@@ -30,6 +31,10 @@ constexpr char Footer[] =
     "  uxvisa write TCPIP::psu::5025::SOCKET 'VOLT 3.3'\n"
     "  uxvisa read TCPIP::logger::5025::SOCKET --timeout 60000\n"
     "  uxvisa query --driver libuxdriver_lan.so TCPIP::192.168.1.21::INSTR '*IDN?'\n"
+    "  uxvisa query ttyUSB0::INSTR '*IDN?' --baud 9600\n"
+    "  uxvisa query TCPIP::192.168.1.22::5025::SOCKET::BRIX 'FREQ?'\n"
+    "  uxvisa brix encode 'FREQ=1.5'\n"
+    "  uxvisa monitor TCPIP::192.168.1.20::5025::SOCKET\n"
     "  uxvisa find\n"
     "  uxvisa info TCPIP::192.168.1.20::5025::SOCKET\n"
     "  uxvisa status 0xBFFF0015\n\n"
@@ -114,6 +119,7 @@ void DescribeProgram(CLI::App& app, Options& options) {
     AddWriteCommand(app, options);
     AddReadCommand(app, options);
     AddMonitorCommand(app, options);
+    AddBrixCommand(app, options);
     AddFindCommand(app, options);
     AddInfoCommand(app, options);
     AddStatusCommand(app, options);
@@ -121,7 +127,8 @@ void DescribeProgram(CLI::App& app, Options& options) {
 
 std::string HelpHint(const CLI::App& app) {
     std::string words = "uxvisa";
-    for (const CLI::App* command : app.get_subcommands()) {
+    for (const CLI::App* command = &app; !command->get_subcommands().empty();) {
+        command = command->get_subcommands().front();
         words += ' ' + command->get_name();
     }
     return "see '" + words + " --help'";

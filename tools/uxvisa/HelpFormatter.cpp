@@ -37,6 +37,9 @@ std::string HelpFormatter::make_footer(const CLI::App* app) const {
     if (program == nullptr) {
         return Formatter::make_footer(app);
     }
+    while (program->get_parent() != nullptr) {
+        program = program->get_parent();
+    }
     const auto shared = program->get_options(
         [](const CLI::Option* option) { return option->get_group() == CommonOptions; });
     return make_group(CommonOptions, false, shared) + '\n' + Formatter::make_footer(app);
