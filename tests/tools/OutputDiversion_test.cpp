@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <thread>
@@ -13,6 +14,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "tools/uxvisa/Descriptor.h"
 #include "tools/uxvisa/Failure.h"
 
 using uxvisa::tool::OutputDiversion;
@@ -141,6 +143,8 @@ TEST(OutputDiversion, LeavesNoDescriptorOpen) {
 }
 
 TEST(OutputDiversion, WithoutADescriptorFailsAndDivertsNothing) {
+    // Sanitizers check a class at its first use, and need a descriptor for that.
+    EXPECT_THROW(uxvisa::tool::Descriptor(STDOUT_FILENO, "").Fail(EMFILE), uxvisa::tool::Failure);
     const Capture output(STDOUT_FILENO);
     const int before = OpenDescriptors();
     rlimit limit{};
