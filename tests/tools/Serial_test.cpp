@@ -29,7 +29,7 @@ public:
         m_thread = std::thread([this, script = std::move(script)] { script(*this); });
     }
     ~SerialInstrument() {
-        m_thread.join();
+        Finish();
         ::close(m_instrument);
         ::close(m_terminal);
     }
@@ -37,6 +37,12 @@ public:
     SerialInstrument& operator=(const SerialInstrument&) = delete;
 
     std::string Resource() const { return m_name + "::INSTR"; }
+    // What the script has stored may be looked at from here on.
+    void Finish() {
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+    }
     std::string ReadLine() const {
         std::string line;
         pollfd waited{m_instrument, POLLIN, 0};
@@ -89,7 +95,7 @@ SerialInstrument::Script Answering(const std::string& answer) {
 
 TEST(Serial, PrintsTheAnswer) {
     std::string received;
-    const SerialInstrument instrument([&received](const SerialInstrument& self) {
+    SerialInstrument instrument([&received](const SerialInstrument& self) {
         received = self.ReadLine();
         self.Send("ACME,42\n");
     });
@@ -97,6 +103,7 @@ TEST(Serial, PrintsTheAnswer) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, "ACME,42\n");
     EXPECT_EQ(result.error, "");
+    instrument.Finish();
     EXPECT_EQ(received, "*IDN?\n");
 }
 
