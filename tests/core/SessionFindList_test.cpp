@@ -110,7 +110,7 @@ TEST(SessionFindList, OtherAttributesAreNotSupported) {
 
 TEST(SessionFindList, NeverWritesMoreThan256Bytes) {
     constexpr std::size_t most = VI_FIND_BUFLEN;
-    for (const std::size_t size : {100, 253, 254, 255, 256, 1000, 70000}) {
+    for (const std::size_t size : {100U, 253U, 254U, 255U, 256U, 1000U, 70000U}) {
         CSessionFindList list;
         const std::string text(size, 'x');
         list.FindHandler(nullptr, (text + "\n" + text + "\n" + text).c_str());
