@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,14 +25,12 @@ constexpr std::uint16_t Port = 8889;
 constexpr char Everybody[] = "255.255.255.255";
 
 // A machine with instruments that is on two networks, with one other machine on each.
-class DiscoverableEmulator : public testing::Test {
+class DiscoverableEmulator : public uxvisa::test::NamespaceTest {
 protected:
     void SetUp() override {
-        const std::string reason = NetworkNamespace::WhyUnavailable();
-        if (!reason.empty()) {
-            const char* continuous = std::getenv("CI");
-            ASSERT_FALSE(continuous != nullptr && std::string(continuous) == "true") << reason;
-            GTEST_SKIP() << reason;
+        NamespaceTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
         lab = std::make_unique<NetworkNamespace>();
         red = Wire("red", "10.96.1");

@@ -122,13 +122,16 @@ void Lan::Attach(const NetworkNamespace& host, const std::string& interface,
     host.Ip("link set " + interface + " up");
 }
 
-void NamespaceTest::SetUp() {
-    const std::string reason = NetworkNamespace::WhyUnavailable();
+void SkipUnlessAvailable(const std::string& reason) {
     if (!reason.empty()) {
         const char* continuous = std::getenv("CI");
         ASSERT_FALSE(continuous != nullptr && std::string(continuous) == "true") << reason;
         GTEST_SKIP() << reason;
     }
+}
+
+void NamespaceTest::SetUp() {
+    SkipUnlessAvailable(NetworkNamespace::WhyUnavailable());
 }
 
 } // namespace uxvisa::test

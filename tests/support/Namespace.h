@@ -47,8 +47,11 @@ private:
     int m_ports = 0;
 };
 
-// Where there can be no namespaces the test is skipped with the reason, but fails when the
+// For a fixture's SetUp: skips the test for a reason that is not empty, but fails it when the
 // environment says CI=true.
+void SkipUnlessAvailable(const std::string& reason);
+
+// A test that needs namespaces.
 class NamespaceTest : public ::testing::Test {
 protected:
     void SetUp() override;

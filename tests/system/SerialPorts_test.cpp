@@ -16,6 +16,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 
+#include "support/Namespace.h"
 #include "support/PseudoTerminal.h"
 #include "transports/SessionASRL.h"
 #include "transports/SessionIO.h"
@@ -97,14 +98,7 @@ std::vector<std::string> Records(const char* expression) {
 
 class SerialPorts : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const std::string reason = WhyUnavailable();
-        if (!reason.empty()) {
-            const char* continuous = std::getenv("CI");
-            ASSERT_FALSE(continuous != nullptr && std::string(continuous) == "true") << reason;
-            GTEST_SKIP() << reason;
-        }
-    }
+    void SetUp() override { uxvisa::test::SkipUnlessAvailable(WhyUnavailable()); }
 };
 
 } // namespace

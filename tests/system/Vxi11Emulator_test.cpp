@@ -1,5 +1,4 @@
 // The tool, the LAN driver and the emulator as a user starts them, where port 111 is free.
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -28,14 +27,12 @@ ToolResult RunOnLan(std::vector<std::string> arguments) {
     return RunTool(arguments);
 }
 
-class Vxi11Emulator : public ::testing::Test {
+class Vxi11Emulator : public uxvisa::test::NamespaceTest {
 protected:
     void SetUp() override {
-        const std::string reason = NetworkNamespace::WhyUnavailable();
-        if (!reason.empty()) {
-            const char* continuous = std::getenv("CI");
-            ASSERT_FALSE(continuous != nullptr && std::string(continuous) == "true") << reason;
-            GTEST_SKIP() << reason;
+        NamespaceTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
         net = std::make_unique<NetworkNamespace>();
     }

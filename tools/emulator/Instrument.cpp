@@ -102,8 +102,8 @@ void Instrument::Report(ErrorCode code) {
 
 std::uint8_t Instrument::StatusByte() const {
     std::uint8_t status = m_errors.Empty() ? 0 : ErrorAvailable;
-    status |= (m_events & event_enable_) != 0 ? EventSummary : 0;
-    status |= (status & service_enable_) != 0 ? MasterSummary : 0;
+    status |= (m_events & m_event_enable) != 0 ? EventSummary : 0;
+    status |= (status & m_service_enable) != 0 ? MasterSummary : 0;
     return status;
 }
 
@@ -157,8 +157,8 @@ Reply Instrument::Reset(const Parameters&) {
     m_reading.reset();
     TakeConfiguration({});
     m_frequency = UsualFrequency;
-    curve_length_ = m_initial.curve_length;
-    trace_points_ = m_initial.trace_points;
+    m_curve_length = m_initial.curve_length;
+    m_trace_points = m_initial.trace_points;
     return {};
 }
 
@@ -184,12 +184,12 @@ Reply Instrument::QueryEvents(const Parameters&) {
 }
 
 Reply Instrument::SetEventEnable(const Parameters& parameters) {
-    TakeRegister(parameters[0], event_enable_);
+    TakeRegister(parameters[0], m_event_enable);
     return {};
 }
 
 Reply Instrument::QueryEventEnable(const Parameters&) {
-    return Count(event_enable_);
+    return Count(m_event_enable);
 }
 
 Reply Instrument::QueryStatusByte(const Parameters&) {
@@ -197,14 +197,14 @@ Reply Instrument::QueryStatusByte(const Parameters&) {
 }
 
 Reply Instrument::SetServiceEnable(const Parameters& parameters) {
-    TakeRegister(parameters[0], service_enable_);
+    TakeRegister(parameters[0], m_service_enable);
     // The summary of the register cannot be one of its own causes.
-    service_enable_ &= static_cast<std::uint8_t>(~MasterSummary);
+    m_service_enable &= static_cast<std::uint8_t>(~MasterSummary);
     return {};
 }
 
 Reply Instrument::QueryServiceEnable(const Parameters&) {
-    return Count(service_enable_);
+    return Count(m_service_enable);
 }
 
 Reply Instrument::TestItself(const Parameters&) {
@@ -263,7 +263,7 @@ Reply Instrument::QueryConfiguration(const Parameters&) {
 }
 
 Reply Instrument::Initiate(const Parameters&) {
-    m_reading = 1.0 + 0.001 * Noise(m_initial.seed, readings_taken_++);
+    m_reading = 1.0 + 0.001 * Noise(m_initial.seed, m_readings_taken++);
     return {};
 }
 
@@ -281,33 +281,33 @@ Reply Instrument::Fetch(const Parameters&) {
 }
 
 Reply Instrument::QueryTrace(const Parameters&) {
-    return Reply::Trace(trace_points_, m_initial.seed);
+    return Reply::Trace(m_trace_points, m_initial.seed);
 }
 
 Reply Instrument::SetTracePoints(const Parameters& parameters) {
     const Limits limits{1.0, double{InstrumentSettings::MaxTracePoints},
                         static_cast<double>(m_initial.trace_points)};
-    trace_points_ = TakeCount(parameters[0], limits).value_or(trace_points_);
+    m_trace_points = TakeCount(parameters[0], limits).value_or(m_trace_points);
     return {};
 }
 
 Reply Instrument::QueryTracePoints(const Parameters&) {
-    return Count(trace_points_);
+    return Count(m_trace_points);
 }
 
 Reply Instrument::QueryCurve(const Parameters&) {
-    return Reply::Block(curve_length_);
+    return Reply::Block(m_curve_length);
 }
 
 Reply Instrument::SetCurveLength(const Parameters& parameters) {
     const Limits limits{0.0, double{InstrumentSettings::MaxCurveLength},
                         static_cast<double>(m_initial.curve_length)};
-    curve_length_ = TakeCount(parameters[0], limits).value_or(curve_length_);
+    m_curve_length = TakeCount(parameters[0], limits).value_or(m_curve_length);
     return {};
 }
 
 Reply Instrument::QueryCurveLength(const Parameters&) {
-    return Count(curve_length_);
+    return Count(m_curve_length);
 }
 
 Reply Instrument::SetFrequency(const Parameters& parameters) {

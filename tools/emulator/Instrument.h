@@ -95,15 +95,15 @@ private:
     const InstrumentSettings m_initial;
     ErrorQueue m_errors;
     std::uint8_t m_events = 0;
-    std::uint8_t event_enable_ = 0;
-    std::uint8_t service_enable_ = 0;
-    std::uint64_t readings_taken_ = 0;
+    std::uint8_t m_event_enable = 0;
+    std::uint8_t m_service_enable = 0;
+    std::uint64_t m_readings_taken = 0;
     std::optional<double> m_reading;
     double m_range = 0.0;
     double m_resolution = 0.0;
     double m_frequency = 0.0;
-    std::size_t curve_length_ = 0;
-    std::size_t trace_points_ = 0;
+    std::size_t m_curve_length = 0;
+    std::size_t m_trace_points = 0;
 };
 
 struct Instrument::Operation {

@@ -3,9 +3,9 @@
 namespace emulator {
 
 LineAssembler::Outcome LineAssembler::Take(std::string_view& input, std::string_view& line) {
-    if (partial_is_delivered_) {
+    if (m_partial_is_delivered) {
         m_partial.clear();
-        partial_is_delivered_ = false;
+        m_partial_is_delivered = false;
     }
     while (!input.empty()) {
         const std::size_t end = input.find('\n');
@@ -23,10 +23,10 @@ LineAssembler::Outcome LineAssembler::Take(std::string_view& input, std::string_
 }
 
 LineAssembler::Outcome LineAssembler::KeepPartialLine(std::string_view part) {
-    if (part.size() <= max_length_ + 1) {
+    if (part.size() <= m_max_length + 1) {
         m_partial.append(part);
     }
-    if (part.size() > max_length_ + 1 || TooLong(m_partial)) {
+    if (part.size() > m_max_length + 1 || TooLong(m_partial)) {
         m_partial.clear();
         m_skipping = true;
         return Outcome::Overrun;
@@ -38,7 +38,7 @@ LineAssembler::Outcome LineAssembler::FinishLine(std::string_view part, std::str
     line = part;
     if (!m_partial.empty()) {
         m_partial.append(part);
-        partial_is_delivered_ = true;
+        m_partial_is_delivered = true;
         line = m_partial;
     }
     if (TooLong(line)) {
@@ -52,7 +52,7 @@ LineAssembler::Outcome LineAssembler::FinishLine(std::string_view part, std::str
 
 // One more byte is allowed for a carriage return, which does not count when a line feed follows.
 bool LineAssembler::TooLong(std::string_view line) const {
-    return line.size() > max_length_ + (line.ends_with('\r') ? 1 : 0);
+    return line.size() > m_max_length + (line.ends_with('\r') ? 1 : 0);
 }
 
 } // namespace emulator

@@ -17,7 +17,7 @@ public:
         Overrun,  // a line is too long; what is left of it will be skipped
     };
 
-    explicit LineAssembler(std::size_t max_length = MaxLength) : max_length_(max_length) {}
+    explicit LineAssembler(std::size_t max_length = MaxLength) : m_max_length(max_length) {}
 
     // Consumes input up to and including the next line end. The line stays valid until the next
     // call and as long as the bytes behind input do.
@@ -28,9 +28,9 @@ private:
     Outcome FinishLine(std::string_view part, std::string_view& line);
     bool TooLong(std::string_view line) const;
 
-    std::size_t max_length_;
+    std::size_t m_max_length;
     std::string m_partial;
-    bool partial_is_delivered_ = false;
+    bool m_partial_is_delivered = false;
     bool m_skipping = false;
 };
 

@@ -59,7 +59,7 @@ void Reply::MoveTo(std::string& out, std::size_t limit) {
     const std::size_t full = out.size() + limit;
     while (out.size() < full && !Empty()) {
         const std::size_t room = full - out.size();
-        if (text_at_ < m_text.size()) {
+        if (m_text_at < m_text.size()) {
             MoveText(out, room);
         } else if (m_body == Body::Block) {
             MoveBlock(out, room);
@@ -70,9 +70,9 @@ void Reply::MoveTo(std::string& out, std::size_t limit) {
 }
 
 void Reply::MoveText(std::string& out, std::size_t limit) {
-    const std::size_t count = std::min(limit, m_text.size() - text_at_);
-    out.append(m_text, text_at_, count);
-    text_at_ += count;
+    const std::size_t count = std::min(limit, m_text.size() - m_text_at);
+    out.append(m_text, m_text_at, count);
+    m_text_at += count;
 }
 
 void Reply::MoveBlock(std::string& out, std::size_t limit) {
@@ -83,7 +83,7 @@ void Reply::MoveBlock(std::string& out, std::size_t limit) {
 
 void Reply::MakeTraceText() {
     m_text.clear();
-    text_at_ = 0;
+    m_text_at = 0;
     for (const std::size_t stop = std::min(m_end, m_next + TracePiece); m_next < stop; ++m_next) {
         m_text += m_next == 0 ? "" : ",";
         m_text += FormatNumber(TraceValue(m_next, m_end, m_seed));

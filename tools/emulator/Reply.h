@@ -16,7 +16,7 @@ public:
     static Reply Trace(std::size_t points, std::uint64_t seed);
 
     // True when nothing is left to move.
-    bool Empty() const { return text_at_ == m_text.size() && m_next == m_end; }
+    bool Empty() const { return m_text_at == m_text.size() && m_next == m_end; }
 
     // Appends at most limit bytes to out; fewer only when the answer ends.
     void MoveTo(std::string& out, std::size_t limit);
@@ -29,7 +29,7 @@ private:
     void MakeTraceText();
 
     std::string m_text;
-    std::size_t text_at_ = 0;
+    std::size_t m_text_at = 0;
     Body m_body = Body::None;
     std::size_t m_next = 0;
     std::size_t m_end = 0;
